@@ -1,0 +1,60 @@
+// Which rows come from nothing?
+#include "ZRBProcNullReader.h"
+
+#include "ZRBBuf.h"
+#include "ZRBBufWriter.h"
+#include "base/property_table.h"
+
+using namespace property;
+
+ZRBProcNullReader::ZRBProcNullReader() : m_access_buf(1), m_total_rows(0) {}
+ZRBProcNullReader::~ZRBProcNullReader() = default;
+
+void ZRBProcNullReader::setTotalRows(long long rows) { m_total_rows = rows; }
+long long ZRBProcNullReader::getTotalRows() { return m_total_rows; }
+void ZRBProcNullReader::setAccessBuf(int flag) { m_access_buf = flag; }
+int ZRBProcNullReader::getAccessBuf() { return m_access_buf; }
+
+int ZRBProcNullReader::init() {
+  ZRBProc::init();
+  checkBufs(0, 1);
+  return hasError();
+}
+
+long ZRBProcNullReader::execute() {
+  long rows = executeRequestRows();
+  if (rows < 0) return rows;
+  if (getRowsDone() + rows > m_total_rows) rows = m_total_rows - getRowsDone();
+  ZRBBufWriter* writer = getOutputBufWriter(0);
+  if (!writer) return -1;
+  const int numColumns = static_cast<int>(writer->getBuf()->getNumColumns());
+  if (m_access_buf) {
+    for (long row = 0; row < rows; ++row) {
+      const double base = static_cast<double>(getRowsDone()) + static_cast<double>(row);
+      for (int column = 0; column < numColumns; ++column) writer->setConvertDouble(row, column, column + base);
+    }
+  }
+  executeReleaseRows(rows);
+  if (getRowsDone() < m_total_rows) return getRowsDone();
+  setDone(1);
+  return writer->setEOF();
+}
+
+struct ZRBProcNullReader::Properties {
+  static constexpr Property<ZRBProcNullReader> setTable[] = {
+      {"total.rows", set<LongLong, &ZRBProcNullReader::setTotalRows>},
+      {"access.buf", set<Bool, &ZRBProcNullReader::setAccessBuf>},
+  };
+  static constexpr Property<ZRBProcNullReader> getTable[] = {
+      {"total.rows", get<LongLong, &ZRBProcNullReader::getTotalRows>},
+      {"access.buf", get<Bool, &ZRBProcNullReader::getAccessBuf>},
+  };
+};
+
+void ZRBProcNullReader::setProperty(ZRBPropertyInfo* info) {
+  if (!applyProperty(Properties::setTable, *this, *info)) ZRBProc::setProperty(info);
+}
+
+void ZRBProcNullReader::getProperty(ZRBPropertyInfo* info) {
+  if (!applyProperty(Properties::getTable, *this, *info)) ZRBProc::getProperty(info);
+}
