@@ -19,6 +19,7 @@ ZRBBufReader::ZRBBufReader(ZRBBuf* buf, ZRBProc* proc)
 ZRBBufReader::~ZRBBufReader() = default;
 
 int ZRBBufReader::init() {
+  ZRBObj::init();
   m_request_rows = 0;
   m_chunk_position = 0;
   return hasError();

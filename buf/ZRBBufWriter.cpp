@@ -16,6 +16,7 @@ ZRBBufWriter::ZRBBufWriter(ZRBBuf* buf, ZRBProc* proc)
 ZRBBufWriter::~ZRBBufWriter() = default;
 
 int ZRBBufWriter::init() {
+  ZRBObj::init();
   m_request_rows = 0;
   return hasError();
 }

@@ -23,7 +23,9 @@ void setColumnType(ZRBBuf& buf, ZRBPropertyInfo& info) {
 }
 
 void getColumnType(ZRBBuf& buf, ZRBPropertyInfo& info) {
-  info.setStringResult(kTypeNames[buf.getColumnType(info.getLongArg())]);
+  const ZRBBuf::column_type type = buf.getColumnType(info.getLongArg());
+  const bool known = type > ZRBBuf::column_double && type <= ZRBBuf::column_blob;
+  info.setStringResult(kTypeNames[known ? type : ZRBBuf::column_double]);
 }
 
 void setLevelName(ZRBBuf& buf, ZRBPropertyInfo& info) {

@@ -349,15 +349,7 @@ TEST_F(ObjEncodings, a_null_source_gives_an_empty_result) {
 }
 
 TEST_F(ObjEncodings, plain_text_ends_at_a_whole_character_at_every_capacity) {
-  const char* const texts[] = {"",
-                               "a",
-                               "abc",
-                               "\xE9",
-                               "\xE9\xE9\xE9",
-                               "a\xE9z",
-                               "\xE9"
-                               "a\xE9",
-                               "\x01\xFF\x1Fz"};
+  const char* const texts[] = {"", "a", "abc", "\xE9", "\xE9\xE9\xE9", "a\xE9z", "\xE9z\xE9", "\x01\xFF\x1Fz"};
   for (const char* text : texts)
     for (const auto conversion : kPlainToUTF8)
       for (int capacity = 1; capacity <= static_cast<int>(2 * std::strlen(text)) + 3; ++capacity)

@@ -321,7 +321,7 @@ TEST_F(ObjProperties, a_severity_name_adds_its_text_as_a_message_of_that_severit
 
 TEST_F(ObjProperties, a_severity_name_with_a_null_text_adds_nothing) {
   object.addWarning("kept");
-  for (const char* name : {"warning", "information", "verbose", "debug"}) {
+  for (const char* name : {"error", "warning", "information", "verbose", "debug"}) {
     PropertyCall(name).set(object);
     EXPECT_EQ(object.getNumMessages(), 1) << name;
     EXPECT_EQ(object.getNumMessagesAdded(), 1) << name;

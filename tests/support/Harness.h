@@ -17,32 +17,7 @@
 #include "ZRBMemoryBufWriter.h"
 #include "ZRBObj.h"
 #include "ZRBProc.h"
-
-// The settings that all objects share, put back at the end of the scope.
-class RestoredSettings {
-public:
-  RestoredSettings() = default;
-  RestoredSettings(const RestoredSettings&) = delete;
-  RestoredSettings& operator=(const RestoredSettings&) = delete;
-  ~RestoredSettings() {
-    ZRBObj::setMaxMessages(m_max_messages);
-    ZRBObj::setMaxMessageLength(m_max_message_length);
-    ZRBObj::setDoubleDateEpoch(m_double_date_epoch);
-    ZRBObj::setErrorOnLevelOverflow(m_error_on_level_overflow);
-    ZRBObj::setErrorOnStringTruncation(m_error_on_string_truncation);
-    ZRBObj::setUseWindowsStringEncoding(m_use_windows_string_encoding);
-    ZRBObj::setDefaultConverter(m_default_converter);
-  }
-
-private:
-  long m_max_messages = ZRBObj::getMaxMessages();
-  long m_max_message_length = ZRBObj::getMaxMessageLength();
-  long long m_double_date_epoch = ZRBObj::getDoubleDateEpoch();
-  int m_error_on_level_overflow = ZRBObj::getErrorOnLevelOverflow();
-  int m_error_on_string_truncation = ZRBObj::getErrorOnStringTruncation();
-  int m_use_windows_string_encoding = ZRBObj::getUseWindowsStringEncoding();
-  ZRBConverter* m_default_converter = ZRBObj::getDefaultConverter();
-};
+#include "support/SavedSettings.h"
 
 // The texts of an object's messages, oldest first; one that is no error has its severity in front.
 inline std::vector<std::string> messagesOf(ZRBObj& object) {

@@ -78,7 +78,8 @@ public:
   double addToDoubles = 0;
 
   void setRequestRows(long rows) override {
-    m_notes.note("setRequestRows", [&] { Base::setRequestRows(rows); }, rows);
+    m_notes.note(
+        "setRequestRows", [&] { Base::setRequestRows(rows); }, rows);
   }
   long getRowsReady() override {
     return m_notes.note("getRowsReady", [&] { return rowsReady ? *rowsReady : Base::getRowsReady(); });
@@ -87,25 +88,31 @@ public:
     return m_notes.note("isReady", [&] { return ready ? *ready : Base::isReady(); });
   }
   void releaseRows(long rows) override {
-    m_notes.note("releaseRows", [&] { Base::releaseRows(rows); }, rows);
+    m_notes.note(
+        "releaseRows", [&] { Base::releaseRows(rows); }, rows);
   }
   int getEOF() override {
     return m_notes.note("getEOF", [&] { return eof ? *eof : Base::getEOF(); });
   }
   double getDouble(long row, long column) override {
-    return m_notes.note("getDouble", [&] { return Base::getDouble(row, column) + addToDoubles; }, row, column);
+    return m_notes.note(
+        "getDouble", [&] { return Base::getDouble(row, column) + addToDoubles; }, row, column);
   }
   const char* getString(long row, long column) override {
-    return m_notes.note("getString", [&] { return Base::getString(row, column); }, row, column);
+    return m_notes.note(
+        "getString", [&] { return Base::getString(row, column); }, row, column);
   }
   long long getTimeDate(long row, long column) override {
-    return m_notes.note("getTimeDate", [&] { return Base::getTimeDate(row, column); }, row, column);
+    return m_notes.note(
+        "getTimeDate", [&] { return Base::getTimeDate(row, column); }, row, column);
   }
   int isBlobNA(long row, long column) override {
-    return m_notes.note("isBlobNA", [&] { return Base::isBlobNA(row, column); }, row, column);
+    return m_notes.note(
+        "isBlobNA", [&] { return Base::isBlobNA(row, column); }, row, column);
   }
   long long getBlobLength(long row, long column) override {
-    return m_notes.note("getBlobLength", [&] { return Base::getBlobLength(row, column); }, row, column);
+    return m_notes.note(
+        "getBlobLength", [&] { return Base::getBlobLength(row, column); }, row, column);
   }
 
 private:
@@ -125,7 +132,8 @@ public:
   std::optional<int> eofResult;
 
   void setRequestRows(long rows) override {
-    m_notes.note("setRequestRows", [&] { Base::setRequestRows(rows); }, rows);
+    m_notes.note(
+        "setRequestRows", [&] { Base::setRequestRows(rows); }, rows);
   }
   long getRowsReady() override {
     return m_notes.note("getRowsReady", [&] { return rowsReady ? *rowsReady : Base::getRowsReady(); });
@@ -134,7 +142,8 @@ public:
     return m_notes.note("isReady", [&] { return ready ? *ready : Base::isReady(); });
   }
   void releaseRows(long rows) override {
-    m_notes.note("releaseRows", [&] { Base::releaseRows(rows); }, rows);
+    m_notes.note(
+        "releaseRows", [&] { Base::releaseRows(rows); }, rows);
   }
   int setEOF() override {
     return m_notes.note("setEOF", [&] {
@@ -143,13 +152,16 @@ public:
     });
   }
   void setConvertDouble(long row, long column, double value) override {
-    m_notes.note("setConvertDouble", [&] { Base::setConvertDouble(row, column, value); }, row, column, value);
+    m_notes.note(
+        "setConvertDouble", [&] { Base::setConvertDouble(row, column, value); }, row, column, value);
   }
   void setConvertFactor(long row, long column, const char* text) override {
-    m_notes.note("setConvertFactor", [&] { Base::setConvertFactor(row, column, text); }, row, column, text);
+    m_notes.note(
+        "setConvertFactor", [&] { Base::setConvertFactor(row, column, text); }, row, column, text);
   }
   void setConvertString(long row, long column, const char* text) override {
-    m_notes.note("setConvertString", [&] { Base::setConvertString(row, column, text); }, row, column, text);
+    m_notes.note(
+        "setConvertString", [&] { Base::setConvertString(row, column, text); }, row, column, text);
   }
 
 private:

@@ -11,26 +11,43 @@
 
 using Names = std::vector<std::string>;
 
-inline const Names kObjSetNames = {
-    "init",         "name",               "error",
-    "warning",      "information",        "verbose",
-    "debug",        "max.messages",       "max.message.length",
-    "clear.messages", "double.date.epoch", "error.on.level.overflow",
-    "error.on.string.truncation", "use.windows.string.encoding"};
+inline const Names kObjSetNames = {"init",
+                                   "name",
+                                   "error",
+                                   "warning",
+                                   "information",
+                                   "verbose",
+                                   "debug",
+                                   "max.messages",
+                                   "max.message.length",
+                                   "clear.messages",
+                                   "double.date.epoch",
+                                   "error.on.level.overflow",
+                                   "error.on.string.truncation",
+                                   "use.windows.string.encoding"};
 
-inline const Names kObjGetNames = {
-    "name",         "error",              "max.messages",          "max.message.length",
-    "num.messages", "num.messages.added", "message",               "severity",
-    "num.messages.at.level", "has.error", "double.date.epoch",     "error.on.level.overflow",
-    "error.on.string.truncation", "use.windows.string.encoding"};
+inline const Names kObjGetNames = {"name",
+                                   "error",
+                                   "max.messages",
+                                   "max.message.length",
+                                   "num.messages",
+                                   "num.messages.added",
+                                   "message",
+                                   "severity",
+                                   "num.messages.at.level",
+                                   "has.error",
+                                   "double.date.epoch",
+                                   "error.on.level.overflow",
+                                   "error.on.string.truncation",
+                                   "use.windows.string.encoding"};
 
-inline const Names kProcSetNames = {"num.rows",    "output.num.rows", "inbuf",         "outbuf",
-                                    "inbuf.list",  "outbuf.list",     "execute",       "rows.done",
-                                    "execute.count", "callback.val",  "callback.info"};
+inline const Names kProcSetNames = {"num.rows",      "output.num.rows", "inbuf",        "outbuf",
+                                    "inbuf.list",    "outbuf.list",     "execute",      "rows.done",
+                                    "execute.count", "callback.val",    "callback.info"};
 
-inline const Names kProcGetNames = {"num.rows",    "output.num.rows", "num.inbufs",      "num.outbufs",  "inbuf.list",
-                                    "outbuf.list", "done",            "ready",           "rows.done",    "execute.count",
-                                    "data.pass.count", "callback.val", "callback.info"};
+inline const Names kProcGetNames = {
+    "num.rows", "output.num.rows", "num.inbufs",    "num.outbufs",     "inbuf.list",   "outbuf.list",  "done",
+    "ready",    "rows.done",       "execute.count", "data.pass.count", "callback.val", "callback.info"};
 
 inline Names joined(std::initializer_list<Names> parts) {
   Names all;
