@@ -1,0 +1,227 @@
+#include "csv_source.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <system_error>
+
+#include "bounds.h"
+#include "failure.h"
+#include "zrb/column.h"
+#include "zrb/property.h"
+
+namespace zrbtool {
+
+namespace {
+
+// Bytes that the sniffer sees, unless the first record alone is longer.
+constexpr std::size_t kSampleBytes = std::size_t{1} << 20;
+
+// The ring: as many rows as fit into this, within limits.
+constexpr long kRingBytes = 4L << 20;
+constexpr long kMostRingRows = 3000;
+constexpr long kLeastRingRows = 3;
+
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+constexpr std::string_view kUtf16Marks[] = {"\xFE\xFF", "\xFF\xFE"};
+
+Failure cannotRead(const std::string& file, long long line, const std::system_error& error) {
+  return failureAt(ExitStatus::io, file, line, "0",
+                   {line == 0 ? "cannot open" : "cannot read", error.code().message(), "a readable CSV file"});
+}
+
+// Reads through to the file, and knows which file it is when that fails.
+class NamedBytes : public ByteSource {
+public:
+  NamedBytes(FileBytes& bytes, const std::string& file) : m_bytes(bytes), m_file(file) {}
+  void knowLine(const RecordReader& reader) { m_reader = &reader; }
+
+  std::size_t read(char* to, std::size_t size) override try {
+    return m_bytes.read(to, size);
+  } catch (const std::system_error& error) {
+    throw cannotRead(m_file, m_reader ? m_reader->line() : 1, error);
+  }
+
+private:
+  FileBytes& m_bytes;
+  const std::string& m_file;
+  const RecordReader* m_reader = nullptr;
+};
+
+// The record reader together with the bytes it borrows.
+class CsvRecords : public RecordReader {
+public:
+  CsvRecords(FileBytes& bytes, const std::string& file, const CsvFormat& format, long long line)
+      : m_bytes(bytes, file), m_reader(m_bytes, format, line) {
+    m_bytes.knowLine(m_reader);
+  }
+  const Record* next() override { return m_reader.next(); }
+  long long line() const override { return m_reader.line(); }
+
+private:
+  NamedBytes m_bytes;
+  LibcsvReader m_reader;
+};
+
+std::string delimiterName(char delimiter) {
+  switch (delimiter) {
+    case '\t':
+      return "tab";
+    case ' ':
+      return "space";
+    default:
+      return {'\'', delimiter, '\''};
+  }
+}
+
+}  // namespace
+
+CsvSource::CsvSource(const std::string& file, const CsvOptions& options, const TableRequest& request) try
+    : m_file(file) {
+  openFile();
+  skipLines(options.skipLines);
+  sniff(options);
+  m_reader = std::make_unique<CsvRecords>(*m_bytes, m_file, m_layout.format, m_line);
+  if (m_layout.header) m_reader->next();
+  const std::vector<std::size_t> columns = chooseColumns(request);
+  makeBuf(columns);
+  m_node = zrb::make<CsvNode>(m_file, m_layout, columns, options, *m_reader);
+  zrb::set(m_node, "name", "csv");
+  zrb::set(m_node, "num.rows", m_chunk_rows);
+  zrb::set(m_node, "outbuf", m_buf);
+} catch (const CsvError& error) {
+  throw failureOf(error, file, {});
+}
+
+void CsvSource::openFile() {
+  try {
+    m_bytes = std::make_unique<FileBytes>(m_file);
+  } catch (const std::system_error& error) {
+    throw cannotRead(m_file, 0, error);
+  }
+  try {
+    const std::string_view begin = m_bytes->peek(kUtf8Mark.size());
+    for (const std::string_view mark : kUtf16Marks)
+      if (begin.substr(0, mark.size()) == mark)
+        throw failureAt(ExitStatus::data, m_file, 1, "1",
+                        {"text is no UTF-8", "the mark of UTF-16 text",
+                         "UTF-8 text (convert the file, as with iconv -f UTF-16 -t UTF-8)"});
+    if (begin == kUtf8Mark) m_bytes->skip(begin.size());
+  } catch (const std::system_error& error) {
+    throw cannotRead(m_file, 1, error);
+  }
+}
+
+void CsvSource::skipLines(long long lines) try {
+  constexpr std::size_t kPiece = 64 * 1024;
+  while (lines > 0) {
+    const std::string_view piece = m_bytes->peek(kPiece);
+    if (piece.empty())
+      throw failureAt(ExitStatus::data, m_file, m_line, "0",
+                      {"no table", "the end of the file within the lines to skip", "fewer lines with --skip"});
+    const std::size_t end = piece.find_first_of("\r\n");
+    if (end == std::string_view::npos) {
+      m_bytes->skip(piece.size());
+      // The end of the file ends a line as well.
+      if (piece.size() < kPiece) --lines, ++m_line;
+      continue;
+    }
+    // A carriage return may be the last byte of the piece, and the line feed the first of the next.
+    const bool returned = piece[end] == '\r';
+    m_bytes->skip(end + 1);
+    if (returned && m_bytes->peek(1) == "\n") m_bytes->skip(1);
+    --lines, ++m_line;
+  }
+} catch (const std::system_error& error) {
+  throw cannotRead(m_file, m_line, error);
+}
+
+void CsvSource::sniff(const CsvOptions& options) {
+  std::size_t wanted = kSampleBytes;
+  for (;;) {
+    std::string_view sample;
+    try {
+      sample = m_bytes->peek(wanted);
+    } catch (const std::system_error& error) {
+      throw cannotRead(m_file, m_line, error);
+    }
+    const bool isAll = sample.size() < wanted;
+    // Without a line end there is no whole record yet.
+    if (!isAll && sample.find_first_of("\r\n") == std::string_view::npos && wanted < LibcsvReader::kLongestRecord) {
+      wanted *= 2;
+      continue;
+    }
+    m_layout = sniffCsv(sample, isAll, options, m_file, m_line);
+    return;
+  }
+}
+
+// The file's column numbers that go into the buffer, in its order.
+std::vector<std::size_t> CsvSource::chooseColumns(const TableRequest& request) {
+  const std::vector<ColumnPlan>& columns = m_layout.columns;
+  const auto find = [&](const std::string& name) {
+    return static_cast<std::size_t>(
+        std::find_if(columns.begin(), columns.end(), [&](const ColumnPlan& plan) { return plan.name == name; }) -
+        columns.begin());
+  };
+  std::vector<std::size_t> chosen;
+  const auto choose = [&](const std::string& name) {
+    const std::size_t column = find(name);
+    if (column == columns.size()) throw unknownColumn(m_file, m_layout, name);
+    if (std::find(chosen.begin(), chosen.end(), column) != chosen.end())
+      throw failureAt(ExitStatus::usage, m_file, m_layout.firstLine, name,
+                      {"column named twice", quote(name), "each column once"});
+    chosen.push_back(column);
+  };
+  for (const std::string& text : request.columns)
+    if (find(text) < columns.size())
+      choose(text);
+    else
+      for (const std::string& name : splitAtCommas(text)) choose(name);
+  if (request.columns.empty())
+    for (std::size_t i = 0; i < columns.size(); ++i) chosen.push_back(i);
+
+  for (const std::size_t column : chosen) {
+    ColumnPlan& plan = m_layout.columns[column];
+    if (!request.asFactors) break;
+    if (plan.declared && plan.type != ZRBBuf::column_factor)
+      throw failureAt(ExitStatus::usage, m_file, m_layout.firstLine, plan.name,
+                      {"type does not fit", "--types with another type", "a factor for this use of the column"});
+    plan.type = ZRBBuf::column_factor;
+  }
+  return chosen;
+}
+
+void CsvSource::makeBuf(const std::vector<std::size_t>& columns) {
+  m_buf = zrb::make<ZRBMemoryBuf>();
+  zrb::set(m_buf, "name", "rows");
+  zrb::set(m_buf, "num.columns", columns.size());
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    const ColumnPlan& plan = m_layout.columns[columns[i]];
+    zrb::set(m_buf, "column.name", i, plan.name);
+    zrb::set(m_buf, "column.type", i, zrb::columnTypeName(plan.type));
+    if (plan.type == ZRBBuf::column_string) zrb::set(m_buf, "column.string.bytes", i, plan.stringBytes);
+    if (plan.type == ZRBBuf::column_factor) zrb::set(m_buf, "column.max.auto.levels", i, kMostLevels);
+  }
+  const long rowBytes = std::max(zrb::get<long>(m_buf, "calc.bytes.per.row"), 1L);
+  const long ringRows = std::clamp(kRingBytes / rowBytes, kLeastRingRows, kMostRingRows);
+  zrb::set(m_buf, "num.rows", ringRows);
+  m_chunk_rows = ringRows / 3;
+}
+
+void CsvSource::addTo(ZRBPipeline& pipeline) {
+  zrb::set(pipeline, "add.buf", m_buf);
+  zrb::set(pipeline, "add.proc", m_node);
+}
+
+std::vector<std::pair<std::string, std::string>> CsvSource::format() const {
+  return {{"delimiter", delimiterName(m_layout.format.delimiter)},
+          {"header", m_layout.header ? fmt::format("line {}", m_layout.firstLine) : "none"}};
+}
+
+std::unique_ptr<TableSource> openTable(const std::string& file, const CsvOptions& options,
+                                       const TableRequest& request) {
+  return std::make_unique<CsvSource>(file, options, request);
+}
+
+}  // namespace zrbtool

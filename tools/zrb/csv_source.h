@@ -1,0 +1,45 @@
+// A CSV file as a table: file -> record reader -> CSV node -> memory buffer.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "byte_source.h"
+#include "csv_node.h"
+#include "libcsv_reader.h"
+#include "table_source.h"
+#include "zrb/handle.h"
+
+namespace zrbtool {
+
+class CsvSource : public TableSource {
+public:
+  // Looks at the beginning of the file.  Throws Failure.
+  CsvSource(const std::string& file, const CsvOptions& options, const TableRequest& request);
+
+  ZRBBuf& buf() override { return *m_buf; }
+  void addTo(ZRBPipeline& pipeline) override;
+  long chunkRows() override { return m_chunk_rows; }
+  const std::string& file() const override { return m_file; }
+  std::vector<std::pair<std::string, std::string>> format() const override;
+
+private:
+  void openFile();
+  void skipLines(long long lines);
+  void sniff(const CsvOptions& options);
+  std::vector<std::size_t> chooseColumns(const TableRequest& request);
+  void makeBuf(const std::vector<std::size_t>& columns);
+
+  std::string m_file;
+  std::unique_ptr<FileBytes> m_bytes;
+  long long m_line = 1;  // of the next byte
+  CsvLayout m_layout;
+  long m_chunk_rows = 1;
+  std::unique_ptr<RecordReader> m_reader;
+  zrb::Handle<ZRBMemoryBuf> m_buf;
+  zrb::Handle<CsvNode> m_node;
+};
+
+}  // namespace zrbtool

@@ -1,0 +1,206 @@
+// The command line of zrb.
+#include <signal.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <new>
+#include <optional>
+#include <sstream>
+#include <string>
+
+#include "crosstab.h"
+#include "csv_options.h"
+#include "describe.h"
+#include "failure.h"
+#include "generate.h"
+#include "output.h"
+#include "table_source.h"
+
+namespace {
+
+using namespace zrbtool;
+
+// A whole number of at least `least`.
+CLI::Validator atLeast(long long least) {
+  const auto check = [least](const std::string& text) -> std::string {
+    long long number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool fits = error == std::errc() && end == text.data() + text.size() && number >= least;
+    if (fits) return "";
+    return "found " + quote(text) + ", expected a whole number from " + std::to_string(least);
+  };
+  return CLI::Validator(std::function<std::string(std::string&)>(check), "");
+}
+
+constexpr const char* kExitStatuses =
+    "Exit status: 0, or 1 when the data, 2 when the command line and 3 when reading or writing is at fault.";
+
+// The options of every verb that reads a CSV file, as texts.
+struct CsvArguments {
+  std::string file;
+  std::optional<std::string> delimiter;
+  std::optional<std::string> names;
+  std::vector<std::string> types;
+  std::vector<std::string> na;
+  bool header = false;
+  bool noHeader = false;
+  bool noQuotes = false;
+  bool trim = false;
+  bool fill = false;
+  long long skipLines = 0;
+
+  void addTo(CLI::App& verb) {
+    verb.add_option("FILE", file, "CSV file; - is standard input")->required();
+    const std::string group = "How the CSV file is read; what is not given is found out from its beginning";
+    verb.add_option("--delimiter", delimiter, "comma, semicolon, tab, pipe, space or another character")->group(group);
+    auto* withHeader = verb.add_flag("--header", header, "the first line holds the names")->group(group);
+    verb.add_flag("--no-header", noHeader, "the first line is data; the names are 1, 2, 3, ...")
+        ->excludes(withHeader)
+        ->group(group);
+    verb.add_option("--names", names, "names in place of those of the header, separated by commas")->group(group);
+    verb.add_option("--types", types, "NAME=TYPE,...; double, factor, string, string:BYTES or timeDate")
+        ->allow_extra_args(false)
+        ->group(group);
+    verb.add_option("--na", na, "text that stands for NA besides the empty one, in place of NA; may be repeated")
+        ->allow_extra_args(false)
+        ->group(group);
+    verb.add_flag("--no-quotes", noQuotes, "quotes are text like any other")->group(group);
+    verb.add_flag("--trim", trim, "drop blanks around cells")->group(group);
+    verb.add_flag("--fill", fill, "take the missing cells of rows that are too short as NA")->group(group);
+    verb.add_option("--skip", skipLines, "lines to leave out before the first one")->check(atLeast(0))->group(group);
+  }
+
+  CsvOptions options() const {
+    CsvOptions options;
+    if (delimiter) options.delimiter = parseDelimiter(*delimiter);
+    if (header || noHeader) options.header = header;
+    if (names) options.names = splitAtCommas(*names);
+    for (const std::string& text : types)
+      for (DeclaredType& declared : parseTypes(text)) options.types.push_back(std::move(declared));
+    if (!na.empty()) options.na = na;
+    options.quotes = !noQuotes;
+    options.trim = trim;
+    options.fill = fill;
+    options.skipLines = skipLines;
+    return options;
+  }
+};
+
+void addDescribe(CLI::App& app, Output& output) {
+  struct Arguments {
+    CsvArguments csv;
+    bool json = false;
+    long levels = 20;
+  };
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* verb = app.add_subcommand("describe", "Statistics of every column");
+  arguments->csv.addTo(*verb);
+  verb->add_flag("--json", arguments->json, "print JSON, with all levels");
+  verb->add_option("--levels", arguments->levels, "levels to print of each factor, the most frequent ones")
+      ->check(atLeast(0))
+      ->capture_default_str();
+  verb->callback([arguments, &output] {
+    const auto source = openTable(arguments->csv.file, arguments->csv.options(), {});
+    const Description description = describe(*source);
+    output.write(arguments->json ? descriptionJson(description) : descriptionText(description, arguments->levels));
+  });
+}
+
+void addCrosstab(CLI::App& app, Output& output) {
+  struct Arguments {
+    CsvArguments csv;
+    std::vector<std::string> by;
+    bool json = false;
+  };
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* verb = app.add_subcommand("crosstab", "How often the values of some columns occur together");
+  arguments->csv.addTo(*verb);
+  verb->add_option("--by", arguments->by, "columns, separated by commas: 1 to 10")->required()->allow_extra_args(false);
+  verb->add_flag("--json", arguments->json, "print JSON");
+  verb->callback([arguments, &output] {
+    const CrossTable table = crossTabulate(arguments->csv.file, arguments->csv.options(), arguments->by);
+    output.write(arguments->json ? crossTableJson(table) : crossTableText(table));
+  });
+}
+
+void addGenerate(CLI::App& app, Output& output) {
+  struct Arguments {
+    GenerateOptions options;
+    std::string schema;
+  };
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* verb = app.add_subcommand("generate", "Random rows as CSV");
+  verb->add_option("--rows", arguments->options.rows, "number of rows")->required()->check(atLeast(0));
+  verb->add_option("--seed", arguments->options.seed, "the same seed gives the same rows")
+      ->check(atLeast(1))
+      ->capture_default_str();
+  verb->add_option("--schema", arguments->schema, "NAME:TYPE,...; double, factor, string or timeDate")->required();
+  verb->callback([arguments, &output] {
+    arguments->options.schema = parseSchema(arguments->schema);
+    generate(arguments->options, output);
+  });
+}
+
+// Text in place of a run: help and version go to standard output, a wrong command line to standard error.
+ExitStatus explain(const CLI::App& app, const CLI::ParseError& reason, Output& output) {
+  if (reason.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+    std::ostringstream text, unused;
+    app.exit(reason, text, unused);
+    output.write(text.str());
+    return ExitStatus::ok;
+  }
+  std::string verb;
+  for (const CLI::App* chosen : app.get_subcommands()) verb = " " + chosen->get_name();
+  throw Failure(ExitStatus::usage,
+                "zrb" + verb + ": " + onOneLine(reason.what()) + " (zrb" + verb + " --help tells more)");
+}
+
+ExitStatus run(int argc, char** argv) {
+  Output output;
+  CLI::App app("Describes and cross-tabulates CSV files of any length in constant memory.", "zrb");
+  app.footer(kExitStatuses);
+  app.set_version_flag("--version", "zrb " ZRB_VERSION);
+  app.require_subcommand(1);
+  addDescribe(app, output);
+  addCrosstab(app, output);
+  addGenerate(app, output);
+  const bool knowsVerb = argc < 2 || argv[1][0] == '-' ||
+                         !app.get_subcommands([&](CLI::App* verb) { return verb->check_name(argv[1]); }).empty();
+  if (!knowsVerb)
+    throw Failure(ExitStatus::usage, "zrb: found " + quote(argv[1]) + ", expected describe, crosstab or generate");
+  ExitStatus status = ExitStatus::ok;
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& reason) {
+    status = explain(app, reason, output);
+  }
+  output.flush();
+  return status;
+}
+
+ExitStatus complain(ExitStatus status, const std::string& text) {
+  if (!text.empty()) std::fprintf(stderr, "%s\n", text.c_str());
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  signal(SIGPIPE, SIG_IGN);  // writing to a pipe that is closed fails instead
+  ExitStatus status;
+  try {
+    status = run(argc, argv);
+  } catch (const Failure& failure) {
+    status = complain(failure.status(), failure.what());
+  } catch (const std::bad_alloc&) {
+    status = complain(ExitStatus::io, "zrb: out of memory");
+  } catch (const std::exception& failure) {
+    status = complain(ExitStatus::data, std::string("zrb: ") + failure.what());
+  }
+  return static_cast<int>(status);
+}

@@ -1,0 +1,45 @@
+// A table that a verb reads, whatever it is stored in.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ZRBBuf.h"
+#include "ZRBPipeline.h"
+#include "csv_options.h"
+
+namespace zrbtool {
+
+// What a verb wants of a table.
+struct TableRequest {
+  // These columns only, in this order; none: all columns.  Each text is the name of a column, or else names separated by
+  // commas.
+  std::vector<std::string> columns;
+  bool asFactors = false;  // every column as a factor
+};
+
+// The rows of a table come out of buf() when the pipeline runs.  The verb connects its node to buf() and runs; the buffer
+// and whatever fills it belong to the source.
+class TableSource {
+public:
+  virtual ~TableSource() = default;
+
+  // Its columns have their names and types.
+  virtual ZRBBuf& buf() = 0;
+  // Adds the buffer and the nodes that fill it.
+  virtual void addTo(ZRBPipeline& pipeline) = 0;
+  // Rows of a chunk, for the verb's node.
+  virtual long chunkRows() = 0;
+
+  // As the user gave it.
+  virtual const std::string& file() const = 0;
+  // How the file was read, as in: delimiter -> ",".
+  virtual std::vector<std::pair<std::string, std::string>> format() const = 0;
+};
+
+// Throws Failure.  The options are for CSV files.
+std::unique_ptr<TableSource> openTable(const std::string& file, const CsvOptions& options, const TableRequest& request);
+
+}  // namespace zrbtool
