@@ -31,6 +31,7 @@ void countTruncation(ZRBBuf& buf, long column, long neededBytes) {
 
 // Stores a text in a cell, cut to the cell's width less the terminator.
 void storeStringCell(const char* text, char* cell, long width, ZRBBuf& buf, long column) {
+  if (width < 1) return;  // there is no such column
   const std::size_t cellBytes = static_cast<std::size_t>(width);
   const std::size_t textBytes = strnlen(text, cellBytes);
   if (textBytes < cellBytes) return cell::storeText(cell, width, text, textBytes);

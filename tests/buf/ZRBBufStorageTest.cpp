@@ -547,6 +547,13 @@ TEST(BufStorage, a_truncated_character_of_several_bytes_is_cut_in_the_middle) {
   EXPECT_STREQ(buf.getRawString(0, 0), "ab\xC3");
 }
 
+TEST(BufStorage, a_text_for_a_column_that_does_not_exist_goes_nowhere) {
+  StorageBuf buf(1, oneColumnOfEachType());
+  buf.setRawString(0, 5, "text");
+  for (unsigned long i = 0; i < buf.dataBytes(); ++i) ASSERT_EQ(buf.data()[i], 0) << i;
+  EXPECT_EQ(buf.anyOverflowCounts(), 0);
+}
+
 TEST(BufStorage, a_cell_may_be_copied_onto_itself) {
   StorageBuf buf(3, {{"s", ZRBBuf::column_string, 8}});
   buf.setRawString(0, 0, "abc");
