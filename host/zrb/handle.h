@@ -21,30 +21,39 @@ namespace zrb {
 template <class T>
 using Handle = std::unique_ptr<T>;
 
-// The library's factory of a class; null for the host's own classes.
+// The library's factory of a class.  The host's own classes have none.
 template <class T>
-inline constexpr void (*kFactory)(void**) = nullptr;
+struct Factory {
+  static constexpr bool kExists = false;
+};
+template <void (*create)(void**)>
+struct LibraryFactory {
+  static constexpr bool kExists = true;
+  static void* make() {
+    void* object = nullptr;
+    create(&object);
+    return object;
+  }
+};
 template <>
-inline constexpr auto kFactory<ZRBMemoryBuf> = &zrb_s_create_ZRBMemoryBuf;
+struct Factory<ZRBMemoryBuf> : LibraryFactory<zrb_s_create_ZRBMemoryBuf> {};
 template <>
-inline constexpr auto kFactory<ZRBPipeline> = &zrb_s_create_ZRBPipeline;
+struct Factory<ZRBPipeline> : LibraryFactory<zrb_s_create_ZRBPipeline> {};
 template <>
-inline constexpr auto kFactory<ZRBProcCount> = &zrb_s_create_ZRBProcCount;
+struct Factory<ZRBProcCount> : LibraryFactory<zrb_s_create_ZRBProcCount> {};
 template <>
-inline constexpr auto kFactory<ZRBProcNullReader> = &zrb_s_create_ZRBProcNullReader;
+struct Factory<ZRBProcNullReader> : LibraryFactory<zrb_s_create_ZRBProcNullReader> {};
 template <>
-inline constexpr auto kFactory<ZRBProcNullWriter> = &zrb_s_create_ZRBProcNullWriter;
+struct Factory<ZRBProcNullWriter> : LibraryFactory<zrb_s_create_ZRBProcNullWriter> {};
 template <>
-inline constexpr auto kFactory<ZRBProcRandomReader> = &zrb_s_create_ZRBProcRandomReader;
+struct Factory<ZRBProcRandomReader> : LibraryFactory<zrb_s_create_ZRBProcRandomReader> {};
 
 // std::bad_alloc when memory runs out.
 template <class T, class... Arguments>
 Handle<T> make(Arguments&&... arguments) {
-  if constexpr (kFactory<T> != nullptr) {
+  if constexpr (Factory<T>::kExists) {
     static_assert(sizeof...(Arguments) == 0, "the library's objects are configured by properties");
-    void* object = nullptr;
-    kFactory<T>(&object);
-    return Handle<T>(static_cast<T*>(object));
+    return Handle<T>(static_cast<T*>(Factory<T>::make()));
   } else {
     return std::make_unique<T>(std::forward<Arguments>(arguments)...);
   }
