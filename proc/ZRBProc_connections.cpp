@@ -22,17 +22,20 @@ std::size_t connectedCount(const std::vector<End*>& ends) {
   return count;
 }
 
-// Replaces the end at `index` by one that connect() makes; disconnect(end) takes the old one back.
+// Replaces the end at `index` by one that connect() makes on `buf`, if any; disconnect(end) takes the old one back.
 template <class End, class Disconnect, class Connect>
-void replaceEnd(std::vector<End*>& ends, int index, Disconnect disconnect, Connect connect) {
+void replaceEnd(std::vector<End*>& ends, int index, ZRBBuf* buf, Disconnect disconnect, Connect connect) {
   if (index < 0) return;
   const std::size_t at = static_cast<std::size_t>(index);
-  if (at >= ends.size()) ends.resize(at + 1);
+  if (at >= ends.size()) {
+    if (!buf) return ends.resize(connectedCount(ends));
+    ends.resize(at + 1);
+  }
   if (End* old = ends[at]) {
     ends[at] = nullptr;
     disconnect(old);
   }
-  ends[at] = connect();
+  ends[at] = buf ? connect() : nullptr;
   ends.resize(connectedCount(ends));
 }
 
@@ -48,14 +51,14 @@ bool dropEnd(std::vector<End*>& ends, End* end) {
 
 void ZRBProc::setInputBuf(int index, ZRBBuf* buf) {
   replaceEnd(
-      m_inputs, index, [](ZRBBufReader* old) { old->getBuf()->deleteBufReader(old); },
-      [&] { return buf ? buf->createBufReader(this) : nullptr; });
+      m_inputs, index, buf, [](ZRBBufReader* old) { old->getBuf()->deleteBufReader(old); },
+      [&] { return buf->createBufReader(this); });
 }
 
 void ZRBProc::setOutputBuf(int index, ZRBBuf* buf) {
   replaceEnd(
-      m_outputs, index, [](ZRBBufWriter* old) { old->getBuf()->deleteBufWriter(old); },
-      [&] { return buf ? buf->createBufWriter(this) : nullptr; });
+      m_outputs, index, buf, [](ZRBBufWriter* old) { old->getBuf()->deleteBufWriter(old); },
+      [&] { return buf->createBufWriter(this); });
 }
 
 ZRBBufReader* ZRBProc::getInputBufReader(int index) { return entry(m_inputs, index); }

@@ -9,6 +9,7 @@
 namespace {
 
 constexpr std::size_t kMinCapacity = 100;
+constexpr std::size_t kMaxElementsPerRecord = 4;
 
 // Scatters record numbers, so that the heights of towers do not depend on the order of insertion (the finalizer of
 // SplitMix64: Steele, Lea, Flood, OOPSLA 2014).
@@ -26,12 +27,12 @@ void CountLists::clear() {
   m_records.clear();
   m_towers.clear();
   m_links.clear();
-  m_elements.clear();
+  forgetElements();
   m_linkedByHand = false;
 }
 
 int CountLists::append() {
-  m_elements.clear();
+  forgetElements();
   const std::size_t size = m_records.size();
   if (size == m_records.capacity()) m_records.reserve(std::max(2 * size, kMinCapacity));
   m_records.push_back({0.0, 0, kNone, kNone});
@@ -73,11 +74,20 @@ int CountLists::findOrInsert(int& head, double value) {
 }
 
 const std::vector<int>& CountLists::elements(int head) {
-  if (m_linkedByHand) m_elements.clear();
+  // Lists may share their tails: what is remembered stays within a few times the records, whatever heads are asked for.
+  if (m_linkedByHand || m_numElements > kMaxElementsPerRecord * m_records.size()) forgetElements();
   const auto [entry, isNew] = m_elements.try_emplace(head);
-  if (isNew)
+  if (isNew) {
     for (int index = head; isRecord(index); index = record(index).next) entry->second.push_back(index);
+    m_numElements += entry->second.size();
+  }
   return entry->second;
+}
+
+void CountLists::forgetElements() {
+  if (m_elements.empty()) return;
+  m_elements.clear();
+  m_numElements = 0;
 }
 
 // The next record at least `level` high, as far as links tell; level 0 is the list itself.

@@ -59,11 +59,13 @@ private:
   int forward(int index, int level) const;
   Position search(int head, double value) const;
   int firstAsHighAs(int level, int index) const;
+  void forgetElements();
   int insertBetween(const Position& position, int successor, double value);
 
   Records& m_records;
   std::vector<Tower> m_towers;  // one per record
   std::vector<int> m_links;
   std::unordered_map<int, std::vector<int>> m_elements;  // by head; emptied by a new record
+  std::size_t m_numElements = 0;                         // in all of them
   bool m_linkedByHand = false;
 };
