@@ -10,6 +10,13 @@ inline constexpr long kMostLevels = 65534;
 inline constexpr long kLeastStringBytes = 4;
 inline constexpr long kMostStringBytes = 1 << 20;
 
+// Bytes of a blob's record around its data.
+inline constexpr long long kBlobMarkBytes = 24;
+
+// A row of a .zrb file, and the schema file beside it.
+inline constexpr long long kMostRowBytes = 16LL << 20;
+inline constexpr long long kMostSchemaBytes = 32LL << 20;
+
 // Variables of a cross-tabulation, and cells of its table.
 inline constexpr long kMostCrossColumns = 10;
 inline constexpr long long kMostCrossCells = 1'000'000;

@@ -80,6 +80,7 @@ void CsvNode::writeRecord(long row, const Record& record) {
       throw CsvError(record.lineOf(column), column, std::move(bad.finding));
     }
   }
+  if (m_observer) m_observer->onRecord(row, record, *m_writer);
 }
 
 void CsvNode::writeCell(long row, long column, const ColumnPlan& plan, std::string_view cell) {

@@ -14,6 +14,14 @@
 
 namespace zrbtool {
 
+// Sees every record after its cells were written to chunk row `row` of the output.
+class RecordObserver {
+public:
+  virtual ~RecordObserver() = default;
+  // May throw CsvError and Failure.
+  virtual void onRecord(long row, const Record& record, ZRBBufWriter& writer) = 0;
+};
+
 // A source of one chunk of records per execution.  Fails with the place in the file and the way out at the first cell
 // that is not what its column's type needs, and at the first record of another length.
 class CsvNode : public zrb::SourceNode {
@@ -21,6 +29,9 @@ public:
   // Column i of the output is column `columns[i]` of the file.  Borrows the reader, which stands at the first row.
   CsvNode(std::string file, CsvLayout layout, std::vector<std::size_t> columns, const CsvOptions& options,
           RecordReader& reader);
+
+  // Borrowed; null for none.
+  void observe(RecordObserver* observer) { m_observer = observer; }
 
 private:
   void prepare() override;
@@ -39,6 +50,7 @@ private:
   NaTexts m_na;
   bool m_fill;
   RecordReader& m_reader;
+  RecordObserver* m_observer = nullptr;
   ZRBBuf* m_buf = nullptr;
   ZRBBufWriter* m_writer = nullptr;
 };

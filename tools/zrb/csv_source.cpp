@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "bounds.h"
+#include "column_choice.h"
 #include "failure.h"
 #include "zrb/column.h"
 #include "zrb/property.h"
@@ -76,14 +77,15 @@ std::string delimiterName(char delimiter) {
 
 }  // namespace
 
-CsvSource::CsvSource(const std::string& file, const CsvOptions& options, const TableRequest& request) try
-    : m_file(file) {
+CsvSource::CsvSource(const std::string& file, const CsvOptions& options, const TableRequest& request,
+                     zrb::Handle<ZRBBuf> buf) try
+    : m_file(file), m_buf(std::move(buf)) {
   openFile();
   skipLines(options.skipLines);
   sniff(options);
   m_reader = std::make_unique<CsvRecords>(*m_bytes, m_file, m_layout.format, m_line);
   if (m_layout.header) m_reader->next();
-  const std::vector<std::size_t> columns = chooseColumns(request);
+  const std::vector<std::size_t> columns = takeColumns(request);
   makeBuf(columns);
   m_node = zrb::make<CsvNode>(m_file, m_layout, columns, options, *m_reader);
   zrb::set(m_node, "name", "csv");
@@ -157,30 +159,8 @@ void CsvSource::sniff(const CsvOptions& options) {
 }
 
 // The file's column numbers that go into the buffer, in its order.
-std::vector<std::size_t> CsvSource::chooseColumns(const TableRequest& request) {
-  const std::vector<ColumnPlan>& columns = m_layout.columns;
-  const auto find = [&](const std::string& name) {
-    return static_cast<std::size_t>(
-        std::find_if(columns.begin(), columns.end(), [&](const ColumnPlan& plan) { return plan.name == name; }) -
-        columns.begin());
-  };
-  std::vector<std::size_t> chosen;
-  const auto choose = [&](const std::string& name) {
-    const std::size_t column = find(name);
-    if (column == columns.size()) throw unknownColumn(m_file, m_layout, name);
-    if (std::find(chosen.begin(), chosen.end(), column) != chosen.end())
-      throw failureAt(ExitStatus::usage, m_file, m_layout.firstLine, name,
-                      {"column named twice", quote(name), "each column once"});
-    chosen.push_back(column);
-  };
-  for (const std::string& text : request.columns)
-    if (find(text) < columns.size())
-      choose(text);
-    else
-      for (const std::string& name : splitAtCommas(text)) choose(name);
-  if (request.columns.empty())
-    for (std::size_t i = 0; i < columns.size(); ++i) chosen.push_back(i);
-
+std::vector<std::size_t> CsvSource::takeColumns(const TableRequest& request) {
+  const std::vector<std::size_t> chosen = chooseColumns(request, m_file, m_layout);
   for (const std::size_t column : chosen) {
     ColumnPlan& plan = m_layout.columns[column];
     if (!request.asFactors) break;
@@ -193,7 +173,6 @@ std::vector<std::size_t> CsvSource::chooseColumns(const TableRequest& request) {
 }
 
 void CsvSource::makeBuf(const std::vector<std::size_t>& columns) {
-  m_buf = zrb::make<ZRBMemoryBuf>();
   zrb::set(m_buf, "name", "rows");
   zrb::set(m_buf, "num.columns", columns.size());
   for (std::size_t i = 0; i < columns.size(); ++i) {
@@ -217,11 +196,6 @@ void CsvSource::addTo(ZRBPipeline& pipeline) {
 std::vector<std::pair<std::string, std::string>> CsvSource::format() const {
   return {{"delimiter", delimiterName(m_layout.format.delimiter)},
           {"header", m_layout.header ? fmt::format("line {}", m_layout.firstLine) : "none"}};
-}
-
-std::unique_ptr<TableSource> openTable(const std::string& file, const CsvOptions& options,
-                                       const TableRequest& request) {
-  return std::make_unique<CsvSource>(file, options, request);
 }
 
 }  // namespace zrbtool

@@ -1,4 +1,4 @@
-// A CSV file as a table: file -> record reader -> CSV node -> memory buffer.
+// A CSV file as a table: file -> record reader -> CSV node -> buffer.
 #pragma once
 
 #include <memory>
@@ -16,8 +16,9 @@ namespace zrbtool {
 
 class CsvSource : public TableSource {
 public:
-  // Looks at the beginning of the file.  Throws Failure.
-  CsvSource(const std::string& file, const CsvOptions& options, const TableRequest& request);
+  // Looks at the beginning of the file, and gives the buffer its columns.  Throws Failure.
+  CsvSource(const std::string& file, const CsvOptions& options, const TableRequest& request,
+            zrb::Handle<ZRBBuf> buf = zrb::make<ZRBMemoryBuf>());
 
   ZRBBuf& buf() override { return *m_buf; }
   void addTo(ZRBPipeline& pipeline) override;
@@ -25,11 +26,14 @@ public:
   const std::string& file() const override { return m_file; }
   std::vector<std::pair<std::string, std::string>> format() const override;
 
+  const CsvLayout& layout() const { return m_layout; }
+  CsvNode& node() { return *m_node; }
+
 private:
   void openFile();
   void skipLines(long long lines);
   void sniff(const CsvOptions& options);
-  std::vector<std::size_t> chooseColumns(const TableRequest& request);
+  std::vector<std::size_t> takeColumns(const TableRequest& request);
   void makeBuf(const std::vector<std::size_t>& columns);
 
   std::string m_file;
@@ -38,7 +42,7 @@ private:
   CsvLayout m_layout;
   long m_chunk_rows = 1;
   std::unique_ptr<RecordReader> m_reader;
-  zrb::Handle<ZRBMemoryBuf> m_buf;
+  zrb::Handle<ZRBBuf> m_buf;
   zrb::Handle<CsvNode> m_node;
 };
 

@@ -28,13 +28,21 @@ void appendCell(std::string& line, std::string_view cell) {
 void CsvWriter::prepare() {
   ZRBBuf& buf = *input().getBuf();
   m_types.clear();
+  m_na.clear();
   m_line.clear();
   for (long column = 0; column < buf.getNumColumns(); ++column) {
     m_types.push_back(buf.getColumnType(column));
+    const std::size_t known = m_na.size();
+    appendCell(m_na.emplace_back(), known < m_options.naTexts.size() ? m_options.naTexts[known] : kNaText);
     if (column > 0) m_line += ',';
     const char* name = buf.getColumnName(column);
     appendCell(m_line, name ? name : "");
   }
+  if (m_options.header) endLine();
+}
+
+void CsvWriter::endLine() {
+  if (m_line.empty()) m_line = "\"\"";  // a line without any text is no row
   m_line += '\n';
   m_output.write(m_line);
 }
@@ -46,32 +54,35 @@ void CsvWriter::work(long rows) {
       if (column > 0) m_line += ',';
       appendCellOf(row, static_cast<long>(column));
     }
-    m_line += '\n';
-    m_output.write(m_line);
+    endLine();
   }
 }
 
 void CsvWriter::appendCellOf(long row, long column) {
+  const std::string& na = m_na[static_cast<std::size_t>(column)];
   char text[std::max(zrb::kNumberTextBytes, zrb::kIsoDateBytes)];
   switch (m_types[static_cast<std::size_t>(column)]) {
     case ZRBBuf::column_double: {
       const double value = input().getDouble(row, column);
-      m_line += ZRBObj::isDoubleNA(value) ? kNaText : std::string_view(text, zrb::formatNumber(value, text));
+      m_line += ZRBObj::isDoubleNA(value) ? na : std::string_view(text, zrb::formatNumber(value, text));
       break;
     }
     case ZRBBuf::column_timeDate: {
       const long long timeMs = input().getTimeDate(row, column);
-      m_line += ZRBObj::isTimeDateNA(timeMs) ? kNaText : std::string_view(text, zrb::formatIsoDate(timeMs, text));
+      m_line += ZRBObj::isTimeDateNA(timeMs) ? na : std::string_view(text, zrb::formatIsoDate(timeMs, text));
       break;
     }
     case ZRBBuf::column_factor:
     case ZRBBuf::column_string: {
       const char* value = input().getString(row, column);  // a factor's level name
-      appendCell(m_line, ZRBObj::isStringNA(value) ? kNaText : std::string_view(value));
+      if (ZRBObj::isStringNA(value))
+        m_line += na;
+      else
+        appendCell(m_line, value);
       break;
     }
     case ZRBBuf::column_blob:
-      m_line += kNaText;
+      m_line += na;
       break;
   }
 }

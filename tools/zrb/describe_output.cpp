@@ -33,6 +33,7 @@ Statistics statisticsText(const ColumnSummary& column) {
     case ZRBBuf::column_timeDate:
       return {dateOfDays(column.min), dateOfDays(column.max), dateOfDays(column.mean), tenDigits(column.sd) + " days"};
     case ZRBBuf::column_string:
+    case ZRBBuf::column_blob:
       return {zrb::numberText(column.min) + " bytes", zrb::numberText(column.max) + " bytes",
               tenDigits(column.mean) + " bytes", tenDigits(column.sd) + " bytes"};
     default:
@@ -86,7 +87,7 @@ Json columnJson(const ColumnSummary& column) {
   json["na"] = column.na;
   if (column.type == ZRBBuf::column_factor)
     json["levels"] = levelsJson(column);
-  else if (column.type == ZRBBuf::column_string)
+  else if (column.type == ZRBBuf::column_string || column.type == ZRBBuf::column_blob)
     json["length_bytes"] = statisticsJson(column);
   else
     json.update(statisticsJson(column));

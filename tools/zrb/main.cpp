@@ -16,9 +16,14 @@
 #include "crosstab.h"
 #include "csv_options.h"
 #include "describe.h"
+#include "export_table.h"
 #include "failure.h"
 #include "generate.h"
+#include "import_table.h"
 #include "output.h"
+#include "stored_blob.h"
+#include "stored_schema.h"
+#include "table_info.h"
 #include "table_source.h"
 
 namespace {
@@ -40,7 +45,7 @@ CLI::Validator atLeast(long long least) {
 constexpr const char* kExitStatuses =
     "Exit status: 0, or 1 when the data, 2 when the command line and 3 when reading or writing is at fault.";
 
-// The options of every verb that reads a CSV file, as texts.
+// The options of every verb that reads a table, as texts.
 struct CsvArguments {
   std::string file;
   std::optional<std::string> delimiter;
@@ -54,8 +59,8 @@ struct CsvArguments {
   bool fill = false;
   long long skipLines = 0;
 
-  void addTo(CLI::App& verb) {
-    verb.add_option("FILE", file, "CSV file; - is standard input")->required();
+  void addTo(CLI::App& verb, const char* fileHelp = "CSV file, - is standard input; or a .zrb file of zrb import") {
+    verb.add_option("FILE", file, fileHelp)->required();
     const std::string group = "How the CSV file is read; what is not given is found out from its beginning";
     verb.add_option("--delimiter", delimiter, "comma, semicolon, tab, pipe, space or another character")->group(group);
     auto* withHeader = verb.add_flag("--header", header, "the first line holds the names")->group(group);
@@ -76,6 +81,11 @@ struct CsvArguments {
   }
 
   CsvOptions options() const {
+    const bool any = delimiter || names || !types.empty() || !na.empty() || header || noHeader || noQuotes || trim ||
+                     fill || skipLines > 0;
+    if (any && isStoredName(file))
+      throw Failure(ExitStatus::usage,
+                    "zrb: found " + quote(file) + ", expected a CSV file for the options that tell how to read one");
     CsvOptions options;
     if (delimiter) options.delimiter = parseDelimiter(*delimiter);
     if (header || noHeader) options.header = header;
@@ -146,6 +156,80 @@ void addGenerate(CLI::App& app, Output& output) {
   });
 }
 
+void addImport(CLI::App& app) {
+  struct Arguments {
+    CsvArguments csv;
+    std::string out;
+    std::vector<std::string> blobs;
+  };
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* verb = app.add_subcommand("import", "Keep a CSV file as rows on disk");
+  arguments->csv.addTo(*verb, "CSV file; - is standard input");
+  verb->add_option("OUT", arguments->out, "file of rows to write; its name ends in .zrb")->required();
+  verb->add_option("--blob-column", arguments->blobs,
+                   "NAME=PATHCOLUMN: a blob column of the contents of the files named in a column, as seen from the "
+                   "folder of FILE; may be repeated")
+      ->allow_extra_args(false);
+  verb->callback([arguments] {
+    ImportOptions options;
+    options.file = arguments->csv.file;
+    options.out = arguments->out;
+    options.csv = arguments->csv.options();
+    for (const std::string& text : arguments->blobs) options.blobs.push_back(parseBlobColumn(text));
+    importTable(options);
+  });
+}
+
+void addExport(CLI::App& app, Output& output) {
+  struct Arguments {
+    ExportOptions options;
+    bool noHeader = false;
+  };
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* verb = app.add_subcommand("export", "Rows on disk as CSV");
+  verb->add_option("FILE", arguments->options.file, ".zrb file")->required();
+  verb->add_option("-o,--output", arguments->options.out, "CSV file to write in place of standard output");
+  verb->add_flag("--no-header", arguments->noHeader, "leave out the line with the names");
+  verb->callback([arguments, &output] {
+    arguments->options.header = !arguments->noHeader;
+    exportTable(arguments->options, output);
+  });
+}
+
+void addInfo(CLI::App& app, Output& output) {
+  struct Arguments {
+    std::string file;
+    bool json = false;
+  };
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* verb = app.add_subcommand("info", "Columns and layout of rows on disk");
+  verb->add_option("FILE", arguments->file, ".zrb file")->required();
+  verb->add_flag("--json", arguments->json, "print JSON, with all levels");
+  verb->callback([arguments, &output] {
+    const StoredTable table = openStored(arguments->file);
+    output.write(arguments->json ? tableInfoJson(table) : tableInfoText(table));
+  });
+}
+
+void addBlob(CLI::App& app, Output& output) {
+  auto options = std::make_shared<BlobOptions>();
+  CLI::App* verb = app.add_subcommand("blob", "One blob of rows on disk");
+  verb->add_option("FILE", options->file, ".zrb file")->required();
+  verb->add_option("--row", options->row, "number of the row, from 1")->required()->check(atLeast(1));
+  verb->add_option("--column", options->column, "name of the blob column")->required();
+  verb->add_option("-o,--output", options->out, "file to write in place of standard output");
+  verb->callback([options, &output] { writeBlob(*options, output); });
+}
+
+// The names of all verbs, as in: describe, crosstab or generate.
+std::string verbNames(const CLI::App& app) {
+  const auto verbs = app.get_subcommands([](const CLI::App*) { return true; });
+  std::string names;
+  for (std::size_t i = 0; i < verbs.size(); ++i)
+    names += (i == 0 ? "" : i + 1 < verbs.size() ? ", " : " or ") + verbs[i]->get_name();
+  return names;
+}
+
 // Text in place of a run: help and version go to standard output, a wrong command line to standard error.
 ExitStatus explain(const CLI::App& app, const CLI::ParseError& reason, Output& output) {
   if (reason.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
@@ -169,10 +253,13 @@ ExitStatus run(int argc, char** argv) {
   addDescribe(app, output);
   addCrosstab(app, output);
   addGenerate(app, output);
+  addImport(app);
+  addExport(app, output);
+  addInfo(app, output);
+  addBlob(app, output);
   const bool knowsVerb = argc < 2 || argv[1][0] == '-' ||
                          !app.get_subcommands([&](CLI::App* verb) { return verb->check_name(argv[1]); }).empty();
-  if (!knowsVerb)
-    throw Failure(ExitStatus::usage, "zrb: found " + quote(argv[1]) + ", expected describe, crosstab or generate");
+  if (!knowsVerb) throw Failure(ExitStatus::usage, "zrb: found " + quote(argv[1]) + ", expected " + verbNames(app));
   ExitStatus status = ExitStatus::ok;
   try {
     app.parse(argc, argv);
@@ -192,6 +279,7 @@ ExitStatus complain(ExitStatus status, const std::string& text) {
 
 int main(int argc, char** argv) {
   signal(SIGPIPE, SIG_IGN);  // writing to a pipe that is closed fails instead
+  signal(SIGXFSZ, SIG_IGN);  // and so does writing beyond a limit on the size of files
   ExitStatus status;
   try {
     status = run(argc, argv);

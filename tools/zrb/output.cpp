@@ -23,14 +23,13 @@ void Output::write(std::string_view text) {
 void Output::flush() {
   std::string_view rest = m_pending;
   while (!rest.empty()) {
-    const ssize_t bytes = ::write(STDOUT_FILENO, rest.data(), rest.size());
+    const ssize_t bytes = ::write(m_handle, rest.data(), rest.size());
     if (bytes >= 0) {
       rest.remove_prefix(static_cast<std::size_t>(bytes));
     } else if (errno == EPIPE) {
       throw Failure(ExitStatus::io, "");
     } else if (errno != EINTR) {
-      throw failureAt(ExitStatus::io, "standard output", 0, "0",
-                      {"cannot write", std::strerror(errno), "room for the output"});
+      throw failureAt(ExitStatus::io, m_name, 0, "0", {"cannot write", std::strerror(errno), "room for the output"});
     }
   }
   m_pending.clear();

@@ -1,0 +1,38 @@
+// A file in place of standard output, written whole or not at all.
+#pragma once
+
+#include <string>
+
+#include "output.h"
+#include "replaced_files.h"
+
+namespace zrbtool {
+
+class FileOutput {
+public:
+  // Throws Failure (io).
+  explicit FileOutput(const std::string& file);
+  FileOutput(const FileOutput&) = delete;
+  FileOutput& operator=(const FileOutput&) = delete;
+  ~FileOutput();
+
+  Output& output() { return m_output; }
+  // The file is what was written.  Throws Failure (io), and then it is what it was before.
+  void commit();
+
+private:
+  ReplacedFiles m_files;
+  int m_handle;
+  Output m_output;
+};
+
+// Has a text written to `file`, or to standard output for an empty name.
+template <class Write>
+void writeTo(const std::string& file, Output& standardOutput, Write write) {
+  if (file.empty()) return write(standardOutput);
+  FileOutput output(file);
+  write(output.output());
+  output.commit();
+}
+
+}  // namespace zrbtool
