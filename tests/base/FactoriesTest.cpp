@@ -38,11 +38,15 @@ struct Factory {
   const std::type_info& type;
 };
 const Factory kFactories[] = {
+    {"ZRBBackingFileBuf", zrb_s_create_ZRBBackingFileBuf, typeid(ZRBBackingFileBuf)},
     {"ZRBMemoryBuf", zrb_s_create_ZRBMemoryBuf, typeid(ZRBMemoryBuf)},
     {"ZRBPipeline", zrb_s_create_ZRBPipeline, typeid(ZRBPipeline)},
     {"ZRBProcCount", zrb_s_create_ZRBProcCount, typeid(ZRBProcCount)},
+    {"ZRBProcIdentity", zrb_s_create_ZRBProcIdentity, typeid(ZRBProcIdentity)},
+    {"ZRBProcLm", zrb_s_create_ZRBProcLm, typeid(ZRBProcLm)},
     {"ZRBProcNullReader", zrb_s_create_ZRBProcNullReader, typeid(ZRBProcNullReader)},
     {"ZRBProcNullWriter", zrb_s_create_ZRBProcNullWriter, typeid(ZRBProcNullWriter)},
+    {"ZRBProcPrintf", zrb_s_create_ZRBProcPrintf, typeid(ZRBProcPrintf)},
     {"ZRBProcRandomReader", zrb_s_create_ZRBProcRandomReader, typeid(ZRBProcRandomReader)},
 };
 

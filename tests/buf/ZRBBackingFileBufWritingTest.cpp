@@ -349,7 +349,7 @@ TEST(BackingFileBufWriting, an_older_error_of_the_buffer_keeps_the_rows_with_the
 }
 
 TEST(BackingFileBufWriting, a_text_cut_with_the_error_flag_set_keeps_its_row_with_the_writer) {
-  const RestoredSettings restored;
+  const SavedSettings restored;
   ZRBObj::setErrorOnStringTruncation(1);
   const TemporaryDirectory directory;
   WrittenFile<> file(directory.file("rows"), 4, {{"s", ZRBBuf::column_string, 4}});

@@ -309,7 +309,7 @@ TEST(Identity, levels_pass_by_name) {
 }
 
 TEST(Identity, levels_beyond_the_maximum_of_an_output_overflow_there) {
-  const RestoredSettings restored;
+  const SavedSettings restored;
   ZRBObj::setErrorOnLevelOverflow(0);
   Passage passage(4);
   ZRBBuf& from = passage.addInput({{"f", ZRBBuf::column_factor}});
@@ -347,7 +347,7 @@ TEST(Identity, a_level_that_is_already_there_counts_as_itself_only_if_the_texts_
 
 TEST(Identity, what_is_no_factor_on_both_sides_passes_as_a_double) {
   // One row of each type, and what an output column of each type holds afterwards.
-  const RestoredSettings restored;
+  const SavedSettings restored;
   ZRBObj::setDoubleDateEpoch(0);
   const auto types = oneColumnOfEachType();
   for (std::size_t target = 0; target < types.size(); ++target) {

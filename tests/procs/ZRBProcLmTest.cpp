@@ -219,7 +219,7 @@ TEST(LmTolerance, NA_spoils_the_fit) {
 // ---- Columns of other types ----
 
 TEST(LmColumns, are_read_as_doubles) {
-  const RestoredSettings restored;
+  const SavedSettings restored;
   ZRBObj::setDoubleDateEpoch(0);
   ZRBMemoryBuf buf;
   HarnessNode source;

@@ -278,7 +278,7 @@ TEST(PrintfCells, a_string_is_read_by_the_converter_of_the_buffer) {
 }
 
 TEST(PrintfCells, a_time_date_prints_its_days_from_the_epoch) {
-  const RestoredSettings restored;
+  const SavedSettings restored;
   const struct {
     long long epoch;
     std::string rows;
