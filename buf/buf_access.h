@@ -13,6 +13,11 @@ inline long ringRowOf(long long streamRow, long capacity) {
   return streamRow % capacity;
 }
 
+// Whether an end is the library's own, so that a kernel may touch the cells in its place.  The virtual operations of an
+// end that a host derives must be called.
+bool isOwnEnd(ZRBBufReader& reader);
+bool isOwnEnd(ZRBBufWriter& writer);
+
 class BufAccess {
 public:
   // Where a column's cells are in a row, and what they hold.  A column that does not exist counts as a double at the
