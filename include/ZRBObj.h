@@ -198,5 +198,5 @@ protected:
 
 private:
   struct ZRB_HIDDEN Properties;
-  ZRBConverter* chooseConverter();
+  ZRB_HIDDEN ZRBConverter* chooseConverter();
 };

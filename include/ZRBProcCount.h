@@ -87,12 +87,12 @@ private:
   struct ZRB_HIDDEN Properties;
   enum { kMaxCross = 10 };
 
-  bool countColumns(ZRBBufReader& reader, long rows);
-  bool countCross(ZRBBufReader& reader, long rows);
-  bool fail(const char* text);               // sets the error; false
-  ZRBProcCountCountInfo& record(int index);  // REQUIRES: a record of that index
-  ZRBProcCountColumnInfo* findColumnInfo(int column);
-  ZRBProcCountCountInfo* getColumnLevel(int column, int position);
+  ZRB_HIDDEN bool countColumns(ZRBBufReader& reader, long rows);
+  ZRB_HIDDEN bool countCross(ZRBBufReader& reader, long rows);
+  ZRB_HIDDEN bool fail(const char* text);               // sets the error; false
+  ZRB_HIDDEN ZRBProcCountCountInfo& record(int index);  // REQUIRES: a record of that index
+  ZRB_HIDDEN ZRBProcCountColumnInfo* findColumnInfo(int column);
+  ZRB_HIDDEN ZRBProcCountCountInfo* getColumnLevel(int column, int position);
 
   std::vector<ZRBProcCountColumnInfo> m_column_infos;
   std::vector<ZRBProcCountCountInfo> m_count_infos;

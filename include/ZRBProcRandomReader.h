@@ -25,8 +25,8 @@ public:
 private:
   struct ZRB_HIDDEN Properties;
 
-  void seedGenerator();
-  double draw();
+  ZRB_HIDDEN void seedGenerator();
+  ZRB_HIDDEN double draw();
 
   long m_seed;
   unsigned long m_congruential;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "ZRBBuf.h"
 #include "ZRBBufReader.h"
@@ -292,7 +293,7 @@ ZRBProcCountCountInfo* ZRBProcCount::getCountInfo(int index) {
   return m_lists->isRecord(index) ? &record(index) : nullptr;
 }
 
-int ZRBProcCount::newCountInfo() { return m_lists->append(); }
+int ZRBProcCount::newCountInfo() { return m_lists->appendForHost(); }
 
 ZRBProcCountCountInfo* ZRBProcCount::findCountInfo(int head, double value) {
   return getCountInfo(m_lists->find(head, value));
@@ -315,7 +316,8 @@ long ZRBProcCount::getNumCountBlocks() { return static_cast<long>(m_count_infos.
 struct ZRBProcCount::Properties {
   // A size that an int cannot hold keeps its side of the limit.
   static void setCrossSize(ZRBProcCount& count, ZRBPropertyInfo& info) {
-    count.setCrossSize(static_cast<int>(std::clamp<long>(info.getLongArg(), -1, kMaxCross)));
+    count.setCrossSize(
+        static_cast<int>(std::clamp<long>(info.getLongArg(), std::numeric_limits<int>::min(), kMaxCross)));
   }
   static void getCrossSize(ZRBProcCount& count, ZRBPropertyInfo& info) { info.setLongResult(count.getCrossSize()); }
   static void getCrossColumn(ZRBProcCount& count, ZRBPropertyInfo& info) {

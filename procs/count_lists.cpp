@@ -27,9 +27,11 @@ void CountLists::clear() {
   m_towers.clear();
   m_links.clear();
   m_elements.clear();
+  m_linkedByHand = false;
 }
 
 int CountLists::append() {
+  m_elements.clear();
   const std::size_t size = m_records.size();
   if (size == m_records.capacity()) m_records.reserve(std::max(2 * size, kMinCapacity));
   m_records.push_back({0.0, 0, kNone, kNone});
@@ -37,6 +39,11 @@ int CountLists::append() {
   m_towers.push_back({height, static_cast<int>(m_links.size())});
   m_links.resize(m_links.size() + static_cast<std::size_t>(height), kNone);
   return static_cast<int>(size);
+}
+
+int CountLists::appendForHost() {
+  m_linkedByHand = true;
+  return append();
 }
 
 int CountLists::find(int head, double value) const {
@@ -51,7 +58,6 @@ int CountLists::findOrInsert(int& head, double value) {
   if (!isRecord(head)) {
     head = append();
     record(head).value = value;
-    m_elements.clear();
     return head;
   }
   if (sameValue(record(head).value, value)) return head;
@@ -67,6 +73,7 @@ int CountLists::findOrInsert(int& head, double value) {
 }
 
 const std::vector<int>& CountLists::elements(int head) {
+  if (m_linkedByHand) m_elements.clear();
   const auto [entry, isNew] = m_elements.try_emplace(head);
   if (isNew)
     for (int index = head; isRecord(index); index = record(index).next) entry->second.push_back(index);
@@ -83,11 +90,11 @@ int CountLists::forward(int index, int level) const {
 CountLists::Position CountLists::search(int head, double value) const {
   Position position{head, {}};
   std::fill(std::begin(position.passed), std::end(position.passed), kNone);
-  for (int level = tower(head).height; level >= 0;) {
+  for (int level = height(head); level >= 0;) {
     const int next = forward(position.before, level);
     if (next >= 0 && record(next).value < value) {
       position.before = next;
-      level = tower(next).height;
+      level = height(next);
     } else {
       position.passed[level--] = position.before;
     }
@@ -97,7 +104,7 @@ CountLists::Position CountLists::search(int head, double value) const {
 
 // The first record from `index` on that is at least `level` high.
 int CountLists::firstAsHighAs(int level, int index) const {
-  while (index >= 0 && tower(index).height < level) index = forward(index, tower(index).height);
+  while (index >= 0 && height(index) < level) index = forward(index, height(index));
   return index;
 }
 
@@ -106,11 +113,10 @@ int CountLists::insertBetween(const Position& position, int successor, double va
   record(index).value = value;
   record(index).next = successor;
   if (position.before >= 0) record(position.before).next = index;
-  for (int level = 1; level <= tower(index).height; ++level) {
+  for (int level = 1; level <= height(index); ++level) {
     const int passed = position.passed[level];
     link(index, level) = firstAsHighAs(level, passed >= 0 ? link(passed, level) : successor);
     if (passed >= 0) link(passed, level) = index;
   }
-  m_elements.clear();
   return index;
 }

@@ -25,6 +25,8 @@ public:
 
   // Index of a new record in no list: value 0, count 0.
   int append();
+  // The same for a host, which may link it by hand: from then on nothing but `next` is trusted.
+  int appendForHost();
 
   bool isRecord(int index) const { return index >= 0 && static_cast<std::size_t>(index) < m_records.size(); }
 
@@ -33,7 +35,7 @@ public:
   // The same, after inserting the value if it is missing; a new first record becomes `head`.
   int findOrInsert(int& head, double value);
 
-  // The records of the list from `head`, in order.  Valid until the next insertion.
+  // The records of the list from `head`, in order.  Valid until the next record.
   const std::vector<int>& elements(int head);
 
 private:
@@ -53,6 +55,7 @@ private:
   const Tower& tower(int index) const { return m_towers[static_cast<std::size_t>(index)]; }
   int& link(int index, int level) { return m_links[static_cast<std::size_t>(tower(index).firstLink + level - 1)]; }
 
+  int height(int index) const { return m_linkedByHand ? 0 : tower(index).height; }
   int forward(int index, int level) const;
   Position search(int head, double value) const;
   int firstAsHighAs(int level, int index) const;
@@ -61,5 +64,6 @@ private:
   Records& m_records;
   std::vector<Tower> m_towers;  // one per record
   std::vector<int> m_links;
-  std::unordered_map<int, std::vector<int>> m_elements;  // by head; emptied by an insertion
+  std::unordered_map<int, std::vector<int>> m_elements;  // by head; emptied by a new record
+  bool m_linkedByHand = false;
 };
