@@ -35,7 +35,7 @@ public:
   double getResult(long index);  // intercept, then one per regressor, as of the latest calcResults(); 0.0 outside
 
 protected:
-  void ensureArrays(long rowCapacity, long columns);
+  ZRB_HIDDEN void ensureArrays(long rowCapacity, long columns);
 
   std::unique_ptr<double[]> m_work;     // (row capacity + p) x p, column-major, leading dimension = rows of the update
   std::unique_ptr<double[]> m_rhs;      // row capacity + p; between updates the first p are z
@@ -46,6 +46,9 @@ protected:
 
 private:
   struct ZRB_HIDDEN Properties;
+
+  ZRB_HIDDEN bool isTriangleComplete();
+  ZRB_HIDDEN void updateByBlocks(ZRBBufReader& reader, long rows);
 };
 
 // Householder triangularisation of a matrix and its right-hand side, in place.

@@ -2,10 +2,14 @@
 #include "ZRBProcLm.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "ZRBBuf.h"
 #include "ZRBBufReader.h"
 #include "base/property_table.h"
+#include "base/simd.h"
+#include "buf/buf_access.h"
+#include "procs/lm_kernels.h"
 
 using namespace property;
 
@@ -15,6 +19,25 @@ constexpr double kTolerance = 1e-10;
 constexpr long kNotAllocated = -1;
 
 std::unique_ptr<double[]> zeros(long count) { return std::make_unique<double[]>(static_cast<std::size_t>(count)); }
+
+using lm_kernel::kBlockRows;
+using lm_kernel::kPartialSums;
+
+lm_kernel::UpdateBlock chooseUpdate(Simd simd) {
+  switch (simd) {
+    case Simd::avx512:
+      return lm_kernel::kAvx512Update;
+    case Simd::avx2:
+      return lm_kernel::kAvx2Update;
+    default:
+      return lm_kernel::kBaselineUpdate;
+  }
+}
+
+// What the work matrix must hold: an update by fe_srif, or a block with its products.
+long workSize(long rowCapacity, long columns) {
+  return std::max((rowCapacity + columns) * columns, (kBlockRows + 1) * (columns + 1));
+}
 
 }  // namespace
 
@@ -43,7 +66,7 @@ void ZRBProcLm::ensureArrays(long rowCapacity, long columns) {
     m_results = zeros(columns);
   }
   m_rhs = std::move(rhs);
-  m_work = zeros((rowCapacity + columns) * columns);
+  m_work = zeros(workSize(rowCapacity, columns));
   m_allocated_rows = rowCapacity;
   m_allocated_columns = columns;
 }
@@ -60,6 +83,7 @@ void ZRBProcLm::processChunk(long rows) {
   if (!reader) return;
   const long p = reader->getBuf()->getNumColumns();
   ensureArrays(rows, p);
+  if (getRowsDone() > 0 && p > 0 && isOwnEnd(*reader) && isTriangleComplete()) return updateByBlocks(*reader, rows);
   const long priorRows = getRowsDone() > 0 ? p : 0;
   long m = priorRows + rows;
   double* const work = m_work.get();
@@ -86,6 +110,35 @@ void ZRBProcLm::processChunk(long rows) {
     std::fill(column + rowsOfR, column + p, 0.0);
   }
   std::fill(rhs + rowsOfR, rhs + p, 0.0);
+}
+
+// Every diagonal entry alone keeps fe_srif from stopping at its column.
+bool ZRBProcLm::isTriangleComplete() {
+  for (long j = 0; j < m_allocated_columns; ++j)
+    if (!(std::fabs(m_factor[static_cast<std::size_t>(j + j * m_allocated_columns)]) > kTolerance)) return false;
+  return true;
+}
+
+// The update of a complete triangle: the result of fe_srif but for rounding (procs/lm_kernels.h).
+void ZRBProcLm::updateByBlocks(ZRBBufReader& reader, long rows) {
+  static const lm_kernel::UpdateBlock update = chooseUpdate(bestSimd());
+  const long p = m_allocated_columns;
+  double* const block = m_work.get();
+  double* const products = block + kBlockRows * (p + 1);
+  for (long first = 0; first < rows; first += kBlockRows) {
+    const long blockRows = std::min(rows - first, kBlockRows);
+    const long usedRows = (blockRows + kPartialSums - 1) / kPartialSums * kPartialSums;
+    for (long j = 0; j <= p; ++j) {
+      double* const column = block + j * kBlockRows;
+      if (j == 0)
+        std::fill_n(column, blockRows, 1.0);
+      else
+        reader.getDoubleArray(first, j < p ? j : 0, blockRows, column);
+      std::fill(column + blockRows, column + usedRows, 0.0);
+    }
+    update(m_factor.get(), m_rhs.get(), block, p, usedRows, products);
+    std::copy_n(block + p * kBlockRows, blockRows, m_rhs.get() + p + first);
+  }
 }
 
 void ZRBProcLm::calcResults() {
