@@ -202,10 +202,10 @@ void ZRBBufWriter::setColumnNA(long column) { setRectNA(0, column, getRowsReady(
 // ---- Blobs ----
 
 void ZRBBufWriter::setBlobNA(long row, long column) {
-  if (!m_buf->columnTypeIsBlob(column)) return setDouble(row, column, getDoubleNA());
-  const long ringRow = getBufferRowNum(row);
-  m_buf->setRawBlobOffset(ringRow, column, kNone);
-  m_buf->setRawBlobLength(ringRow, column, kNone);
+  const BufAccess::Cell cell = BufAccess(*m_buf).writerCell(row, column);
+  if (cell.type != ZRBBuf::column_blob) return setDouble(row, column, getDoubleNA());
+  cell::store(cell.bytes + cell::kBlobOffsetAt, cell::kBlobNA);
+  cell::store(cell.bytes + cell::kBlobLengthAt, cell::kBlobNA);
 }
 
 void ZRBBufWriter::setBlobOffset(long row, long column, long long offset) {
