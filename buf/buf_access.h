@@ -41,9 +41,8 @@ public:
     return {info.m_type, info.m_offset_bytes, info.m_string_bytes};
   }
 
-  char* at(long ringRow, const Column& column) const {
-    return m_buf.m_data.get() + ringRow * m_buf.m_bytes_per_row + column.offset;
-  }
+  char* rowAt(long ringRow) const { return m_buf.m_data.get() + ringRow * m_buf.m_bytes_per_row; }
+  char* at(long ringRow, const Column& column) const { return rowAt(ringRow) + column.offset; }
 
   // A cell of a reader at `position` (negative: everything released, ring row 0).
   Cell readerCell(long long position, long row, long index) const {

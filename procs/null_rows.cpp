@@ -137,8 +137,8 @@ void setNullRows(ZRBBufWriter& writer, long long rowsDone, long rows) {
     forEachRun(writer.getBufferRowNum(0), rows, access.capacity(), [&](long ringRow, long runRows) {
       forEachTile(runRows, access.rowBytes(), [&](long row, long tileRows) {
         for (const ColumnRun& run : columns.runs)
-          storeRun(run, {access.at(ringRow + row, {run.type, run.offset, 0}), access.rowBytes(), tileRows, rowsDone,
-                         done + row, run.firstColumn});
+          storeRun(run, {access.rowAt(ringRow + row) + run.offset, access.rowBytes(), tileRows, rowsDone, done + row,
+                         run.firstColumn});
       });
       done += runRows;
     });
@@ -159,7 +159,7 @@ void loadRows(ZRBBufReader& reader, long rows) {
   if (const std::vector<Stretch> stretches = stretchesOf(buf, columns.runs); !stretches.empty()) {
     const bool wholeRows = stretches[0].bytes == access.rowBytes();
     forEachRun(reader.getBufferRowNum(0), rows, access.capacity(), [&](long ringRow, long runRows) {
-      const char* row = access.at(ringRow, {ZRBBuf::column_double, 0, 0});
+      const char* row = access.rowAt(ringRow);
       if (wholeRows) return loadBytes(row, runRows * access.rowBytes());
       for (long i = 0; i < runRows; ++i, row += access.rowBytes())
         for (const Stretch& stretch : stretches) loadBytes(row + stretch.offset, stretch.bytes);

@@ -188,7 +188,7 @@ char* RandomCells::plainCells(long cell, long count) const {
   const long ringCell =
       ringRowOf(m_access.inputRowsReleased() + cell / m_columns, m_access.capacity()) * m_columns + cell % m_columns;
   if (ringCell + count > m_access.capacity() * m_columns) return nullptr;
-  return m_access.at(0, {ZRBBuf::column_double, 0, 0}) + ringCell * kDrawBytes;
+  return m_access.rowAt(0) + ringCell * kDrawBytes;
 }
 
 void RandomCells::store(long cell, long count, const char* draws) const {
@@ -219,9 +219,8 @@ void RandomCells::storeRows(long row, long rows, long firstColumn, long endColum
     for (auto piece = firstPiece; piece != m_pieces.end() && piece->firstColumn < endColumn; ++piece) {
       const long from = std::max(piece->firstColumn, firstColumn);
       const long to = std::min(piece->firstColumn + piece->columns, endColumn);
-      const BufAccess::Column cells{ZRBBuf::column_double, piece->offset + (from - piece->firstColumn) * kDrawBytes, 0};
-      storePiece(*piece, to - from,
-                 {m_access.at(ringRow, cells), m_access.rowBytes(), drawAt(done, from), drawRowBytes, runRows});
+      char* cells = m_access.rowAt(ringRow) + piece->offset + (from - piece->firstColumn) * kDrawBytes;
+      storePiece(*piece, to - from, {cells, m_access.rowBytes(), drawAt(done, from), drawRowBytes, runRows});
     }
     done += runRows;
   });
