@@ -5,6 +5,9 @@
 
 #include "ZRBBuf.h"
 #include "ZRBProc.h"
+#include "base/conversions.h"
+#include "buf/buf_access.h"
+#include "buf/cell_codec.h"
 
 namespace {
 
@@ -88,18 +91,18 @@ long ZRBBufReader::getBufferRowNum(long row) {
 // ---- Cells ----
 
 double ZRBBufReader::getDouble(long row, long column) {
-  const long ringRow = getBufferRowNum(row);
-  switch (m_buf->getColumnType(column)) {
+  const BufAccess::Cell cell = BufAccess(*m_buf).readerCell(m_chunk_position, row, column);
+  switch (cell.type) {
     case ZRBBuf::column_double:
-      return m_buf->getRawDouble(ringRow, column);
+      return cell::load<double>(cell.bytes);
     case ZRBBuf::column_factor:
-      return convertLevelNumToDouble(m_buf->getRawLevelNum(ringRow, column));
+      return conversions::levelNumToDouble(cell::loadLevelNum(cell.bytes));
     case ZRBBuf::column_string:
-      return m_buf->convertStringToDouble(m_buf->getRawString(ringRow, column));
+      return m_buf->convertStringToDouble(cell.bytes);
     case ZRBBuf::column_timeDate:
-      return convertTimeDateToDouble(m_buf->getRawTimeDate(ringRow, column));
+      return convertTimeDateToDouble(cell::load<long long>(cell.bytes));
     default:
-      return getDoubleNA();
+      return conversions::kDoubleNA;
   }
 }
 
@@ -120,50 +123,50 @@ void ZRBBufReader::getDoubleArray(long row, long column, long count, double* val
 }
 
 long ZRBBufReader::getLevelNum(long row, long column) {
-  const long ringRow = getBufferRowNum(row);
-  switch (m_buf->getColumnType(column)) {
+  const BufAccess::Cell cell = BufAccess(*m_buf).readerCell(m_chunk_position, row, column);
+  switch (cell.type) {
     case ZRBBuf::column_double:
-      return convertDoubleToLevelNum(m_buf->getRawDouble(ringRow, column));
+      return conversions::doubleToLevelNum(cell::load<double>(cell.bytes));
     case ZRBBuf::column_factor:
-      return m_buf->getRawLevelNum(ringRow, column);
+      return cell::loadLevelNum(cell.bytes);
     case ZRBBuf::column_string:
-      return convertStringToLevelNum(m_buf->getRawString(ringRow, column));
+      return convertStringToLevelNum(cell.bytes);
     case ZRBBuf::column_timeDate:
-      return convertTimeDateToLevelNum(m_buf->getRawTimeDate(ringRow, column));
+      return convertTimeDateToLevelNum(cell::load<long long>(cell.bytes));
     default:
       return getLevelNumNA();
   }
 }
 
 const char* ZRBBufReader::getString(long row, long column) {
-  const long ringRow = getBufferRowNum(row);
-  switch (m_buf->getColumnType(column)) {
+  const BufAccess::Cell cell = BufAccess(*m_buf).readerCell(m_chunk_position, row, column);
+  switch (cell.type) {
     case ZRBBuf::column_double:
-      return m_buf->convertDoubleToString(m_buf->getRawDouble(ringRow, column));
+      return m_buf->convertDoubleToString(cell::load<double>(cell.bytes));
     case ZRBBuf::column_factor: {
-      const long level = m_buf->getRawLevelNum(ringRow, column);
+      const long level = cell::loadLevelNum(cell.bytes);
       return isLevelNumNA(level) ? getStringNA() : m_buf->mapLevelNumToString(column, level);
     }
     case ZRBBuf::column_string:
-      return m_buf->getRawString(ringRow, column);
+      return cell.bytes;
     case ZRBBuf::column_timeDate:
-      return m_buf->convertTimeDateToString(m_buf->getRawTimeDate(ringRow, column));
+      return m_buf->convertTimeDateToString(cell::load<long long>(cell.bytes));
     default:
       return getStringNA();
   }
 }
 
 long long ZRBBufReader::getTimeDate(long row, long column) {
-  const long ringRow = getBufferRowNum(row);
-  switch (m_buf->getColumnType(column)) {
+  const BufAccess::Cell cell = BufAccess(*m_buf).readerCell(m_chunk_position, row, column);
+  switch (cell.type) {
     case ZRBBuf::column_double:
-      return convertDoubleToTimeDate(m_buf->getRawDouble(ringRow, column));
+      return convertDoubleToTimeDate(cell::load<double>(cell.bytes));
     case ZRBBuf::column_factor:
-      return convertLevelNumToTimeDate(m_buf->getRawLevelNum(ringRow, column));
+      return convertLevelNumToTimeDate(cell::loadLevelNum(cell.bytes));
     case ZRBBuf::column_string:
-      return m_buf->convertStringToTimeDate(m_buf->getRawString(ringRow, column));
+      return m_buf->convertStringToTimeDate(cell.bytes);
     case ZRBBuf::column_timeDate:
-      return m_buf->getRawTimeDate(ringRow, column);
+      return cell::load<long long>(cell.bytes);
     default:
       return getTimeDateNA();
   }

@@ -3,6 +3,9 @@
 
 #include "ZRBBuf.h"
 #include "ZRBProc.h"
+#include "base/conversions.h"
+#include "buf/buf_access.h"
+#include "buf/cell_codec.h"
 
 namespace {
 
@@ -56,19 +59,19 @@ long long ZRBBufWriter::getChunkPosition() { return m_buf->getInputRowsReleased(
 // ---- Cells ----
 
 void ZRBBufWriter::setDouble(long row, long column, double value) {
-  const long ringRow = getBufferRowNum(row);
-  switch (m_buf->getColumnType(column)) {
+  const BufAccess::Cell cell = BufAccess(*m_buf).writerCell(row, column);
+  switch (cell.type) {
     case ZRBBuf::column_double:
-      return m_buf->setRawDouble(ringRow, column, value);
+      return cell::store(cell.bytes, value);
     case ZRBBuf::column_factor:
-      return m_buf->setRawLevelNum(ringRow, column, convertDoubleToLevelNum(value));
+      return cell::storeLevelNum(cell.bytes, conversions::doubleToLevelNum(value));
     case ZRBBuf::column_string:
-      return m_buf->setRawString(ringRow, column, m_buf->convertDoubleToString(value));
+      return m_buf->setRawString(getBufferRowNum(row), column, m_buf->convertDoubleToString(value));
     case ZRBBuf::column_timeDate:
-      return m_buf->setRawTimeDate(ringRow, column, convertDoubleToTimeDate(value));
+      return cell::store(cell.bytes, convertDoubleToTimeDate(value));
     // Deliberate: setBlobNA maps this ring row once more.  Pinned by "setDouble on a blob column maps the row twice".
     case ZRBBuf::column_blob:
-      return setBlobNA(ringRow, column);
+      return setBlobNA(getBufferRowNum(row), column);
   }
 }
 
@@ -92,47 +95,47 @@ void ZRBBufWriter::setDoubleArray(long row, long column, long count, double* val
 }
 
 void ZRBBufWriter::setLevelNum(long row, long column, long level) {
-  const long ringRow = getBufferRowNum(row);
-  switch (m_buf->getColumnType(column)) {
+  const BufAccess::Cell cell = BufAccess(*m_buf).writerCell(row, column);
+  switch (cell.type) {
     case ZRBBuf::column_double:
-      return m_buf->setRawDouble(ringRow, column, convertLevelNumToDouble(level));
+      return cell::store(cell.bytes, conversions::levelNumToDouble(level));
     case ZRBBuf::column_factor:
-      return m_buf->setRawLevelNum(ringRow, column, level);
+      return cell::storeLevelNum(cell.bytes, level);
     case ZRBBuf::column_string:
-      return m_buf->setRawString(ringRow, column, convertLevelNumToString(level));
+      return m_buf->setRawString(getBufferRowNum(row), column, convertLevelNumToString(level));
     case ZRBBuf::column_timeDate:
-      return m_buf->setRawTimeDate(ringRow, column, convertLevelNumToTimeDate(level));
+      return cell::store(cell.bytes, convertLevelNumToTimeDate(level));
     default:
       return setDouble(row, column, getDoubleNA());
   }
 }
 
 void ZRBBufWriter::setString(long row, long column, const char* text) {
-  const long ringRow = getBufferRowNum(row);
-  switch (m_buf->getColumnType(column)) {
+  const BufAccess::Cell cell = BufAccess(*m_buf).writerCell(row, column);
+  switch (cell.type) {
     case ZRBBuf::column_double:
-      return m_buf->setRawDouble(ringRow, column, m_buf->convertStringToDouble(text));
+      return cell::store(cell.bytes, m_buf->convertStringToDouble(text));
     case ZRBBuf::column_factor:
-      return m_buf->setRawLevelNum(ringRow, column, m_buf->mapStringToLevelNum(column, text));
+      return cell::storeLevelNum(cell.bytes, m_buf->mapStringToLevelNum(column, text));
     case ZRBBuf::column_string:
-      return m_buf->setRawString(ringRow, column, text);
+      return m_buf->setRawString(getBufferRowNum(row), column, text);
     case ZRBBuf::column_timeDate:
-      return m_buf->setRawTimeDate(ringRow, column, m_buf->convertStringToTimeDate(text));
+      return cell::store(cell.bytes, m_buf->convertStringToTimeDate(text));
     default:
       return setDouble(row, column, getDoubleNA());
   }
 }
 
 void ZRBBufWriter::setTimeDate(long row, long column, long long timeMs) {
-  const long ringRow = getBufferRowNum(row);
-  switch (m_buf->getColumnType(column)) {
+  const BufAccess::Cell cell = BufAccess(*m_buf).writerCell(row, column);
+  switch (cell.type) {
     case ZRBBuf::column_double:
-      return m_buf->setRawDouble(ringRow, column, convertTimeDateToDouble(timeMs));
+      return cell::store(cell.bytes, convertTimeDateToDouble(timeMs));
     case ZRBBuf::column_factor:
     case ZRBBuf::column_string:
       return setString(row, column, m_buf->convertTimeDateToString(timeMs));
     case ZRBBuf::column_timeDate:
-      return m_buf->setRawTimeDate(ringRow, column, timeMs);
+      return cell::store(cell.bytes, timeMs);
     default:
       return setDouble(row, column, getDoubleNA());
   }
@@ -200,10 +203,10 @@ void ZRBBufWriter::setColumnNA(long column) { setRectNA(0, column, getRowsReady(
 // ---- Blobs ----
 
 void ZRBBufWriter::setBlobNA(long row, long column) {
-  if (!m_buf->columnTypeIsBlob(column)) return setDouble(row, column, getDoubleNA());
-  const long ringRow = getBufferRowNum(row);
-  m_buf->setRawBlobOffset(ringRow, column, kNone);
-  m_buf->setRawBlobLength(ringRow, column, kNone);
+  const BufAccess::Cell cell = BufAccess(*m_buf).writerCell(row, column);
+  if (cell.type != ZRBBuf::column_blob) return setDouble(row, column, getDoubleNA());
+  cell::store(cell.bytes + cell::kBlobOffsetAt, cell::kBlobNA);
+  cell::store(cell.bytes + cell::kBlobLengthAt, cell::kBlobNA);
 }
 
 void ZRBBufWriter::setBlobOffset(long row, long column, long long offset) {

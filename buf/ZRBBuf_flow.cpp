@@ -10,6 +10,7 @@
 #include "ZRBBufReader.h"
 #include "ZRBBufWriter.h"
 #include "ZRBProc.h"
+#include "buf/buf_access.h"
 
 namespace {
 
@@ -101,9 +102,7 @@ long ZRBBuf::getInputLockedRows() { return m_num_rows - getOutputLockedRows(); }
 
 long ZRBBuf::getInputRowIndex(long chunkRow) { return getOutputRowIndex(m_input_rows_released, chunkRow); }
 
-long ZRBBuf::getOutputRowIndex(long long position, long chunkRow) {
-  return m_num_rows > 0 ? (position + chunkRow) % m_num_rows : 0;
-}
+long ZRBBuf::getOutputRowIndex(long long position, long chunkRow) { return ringRowOf(position + chunkRow, m_num_rows); }
 
 int ZRBBuf::setEOF(int eof) {
   m_eof = eof;

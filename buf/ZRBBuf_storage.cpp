@@ -6,6 +6,7 @@
 #include "ZRBBufWriter.h"
 #include "base/format_message.h"
 #include "buf/cell_codec.h"
+#include "buf/number_reversal.h"
 #include "buf/ring_runs.h"
 #include "buf/saturating.h"
 
@@ -223,21 +224,5 @@ void ZRBBuf::copyFactorColumn(ZRBBufWriter* writer, long writerRow, long writerC
 
 void ZRBBuf::byteSwapBufNumbers(long long chunkPosition, long count) {
   if (count < 1 || m_num_rows < 1) return;
-  const long firstRow = getOutputRowIndex(chunkPosition, 0);
-  for (long column = 0; column < m_num_columns; ++column) {
-    switch (getColumnType(column)) {
-      case column_double:
-      case column_timeDate:
-        forEachCell(*this, firstRow, column, count, cell::reverse8);
-        break;
-      case column_blob:
-        forEachCell(*this, firstRow, column, count, [](char* cell) {
-          cell::reverse8(cell + cell::kBlobOffsetAt);
-          cell::reverse8(cell + cell::kBlobLengthAt);
-        });
-        break;
-      default:
-        break;
-    }
-  }
+  reverseNumbers(*this, getOutputRowIndex(chunkPosition, 0), count);
 }

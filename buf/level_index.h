@@ -72,8 +72,21 @@ inline std::uint32_t LevelIndex::hashOf(const char* text) {
     std::memcpy(&piece, text, 8);
     mix(piece);
   }
+  // The last 0..7 bytes as one number, in moves of fixed size.
   std::uint64_t rest = 0;
-  std::memcpy(&rest, text, bytes);
+  if (bytes & 4) {
+    std::uint32_t piece;
+    std::memcpy(&piece, text, 4);
+    rest = piece;
+    text += 4;
+  }
+  if (bytes & 2) {
+    std::uint16_t piece;
+    std::memcpy(&piece, text, 2);
+    rest = rest << 16 | piece;
+    text += 2;
+  }
+  if (bytes & 1) rest = rest << 8 | static_cast<unsigned char>(*text);
   mix(rest);
   return static_cast<std::uint32_t>(hash);
 }

@@ -6,6 +6,7 @@
 #include "ZRBObj.h"
 #include "export.h"
 
+class BufAccess;   // internal: cells without a call (buf/buf_access.h)
 class LevelIndex;  // internal: finds the number of a level name (buf/level_index.h)
 class ZRBBackingFileBuf;
 class ZRBBufReader;
@@ -42,6 +43,7 @@ public:
     ~ColumnInfo();
 
   private:
+    friend class BufAccess;
     friend class ZRBBuf;
     std::unique_ptr<char[]> m_name;
     column_type m_type;
@@ -218,5 +220,6 @@ protected:
   std::vector<ZRBBufWriter*> m_writers;  // owned
 
 private:
+  friend class BufAccess;
   struct ZRB_HIDDEN Properties;
 };

@@ -6,6 +6,7 @@
 #include "ZRBProc.h"
 #include "export.h"
 
+class CountCache;  // internal: what was found in the lists before (procs/count_cache.h)
 class CountLists;  // internal: finds records of the sorted lists quickly (procs/count_lists.h)
 
 // Statistics of one column.  The doubles are NaN before the first value.
@@ -89,6 +90,12 @@ private:
 
   ZRB_HIDDEN bool countColumns(ZRBBufReader& reader, long rows);
   ZRB_HIDDEN bool countCross(ZRBBufReader& reader, long rows);
+  ZRB_HIDDEN int countCrossValue(int above, double x);
+  ZRB_HIDDEN bool mayCountAbreast(ZRBBufReader& reader);
+  ZRB_HIDDEN void countColumnsAbreast(ZRBBufReader& reader, long rows);
+  ZRB_HIDDEN void countGroup(ZRBBufReader& reader, long rows, int firstColumn, int columns);
+  ZRB_HIDDEN void countLevels(ZRBBufReader& reader, long rows, int column);
+  ZRB_HIDDEN bool countCrossByCode(ZRBBufReader& reader, long rows);
   ZRB_HIDDEN bool fail(const char* text);               // sets the error; false
   ZRB_HIDDEN ZRBProcCountCountInfo& record(int index);  // REQUIRES: a record of that index
   ZRB_HIDDEN ZRBProcCountColumnInfo* findColumnInfo(int column);
@@ -102,6 +109,7 @@ private:
   double m_cross_values[kMaxCross];
   int m_cross_root;
   std::unique_ptr<CountLists> m_lists;
+  std::unique_ptr<CountCache> m_cache;
 };
 
 // The reader's buffer; null for a null reader.

@@ -47,6 +47,8 @@ protected:
 private:
   struct ZRB_HIDDEN Properties;
   ZRB_HIDDEN bool ensureArrays(long rowCapacity, long columns);
+  ZRB_HIDDEN bool isTriangleComplete();
+  ZRB_HIDDEN void updateByBlocks(ZRBBufReader& reader, long rows);
 };
 
 // Householder triangularisation of a matrix and its right-hand side, in place.

@@ -9,8 +9,11 @@
 #include "ZRBBuf.h"
 #include "ZRBBufReader.h"
 #include "base/property_table.h"
-#include "base/value_codes.h"
+#include "buf/buf_access.h"
+#include "procs/count_cache.h"
 #include "procs/count_lists.h"
+#include "procs/measure.h"
+#include "procs/running_stats.h"
 
 using namespace property;
 
@@ -18,50 +21,6 @@ namespace {
 
 constexpr std::size_t kMinColumnInfos = 100;
 constexpr unsigned long kLastLevel = 65534;
-
-// Adds one value.  Welford's update (Technometrics 4(3), 1962, p. 419); n already counts x:
-//   mean' = mean + (x - mean) / n        m2' = m2 + (x - mean) (x - mean')
-// Relative error of m2 is at most about n kappa u, kappa = sqrt(1 + n mean^2 / m2), u = 2^-53 (Chan, Golub, LeVeque,
-// Amer. Statistician 37, 1983).  Row order is part of the result: do not pair, reorder or fuse.
-void addValue(ZRBProcCountColumnInfo& info, double x) {
-  if (std::isnan(x)) {
-    ++info.count_na;
-    return;
-  }
-  if (info.count_ok == 0) {
-    info.min = info.max = info.mean = x;
-    info.m2 = 0.0;
-  } else {
-    if (x < info.min)
-      info.min = x;
-    else if (x > info.max)
-      info.max = x;
-    const double mean = info.mean;
-    info.mean = mean + (x - mean) / static_cast<double>(info.count_ok + 1);
-    info.m2 += (x - mean) * (x - info.mean);
-  }
-  ++info.count_ok;
-}
-
-// What is measured of a cell: see the class comment.
-double measure(ZRBBufReader& reader, ZRBBuf::column_type type, long row, long column) {
-  switch (type) {
-    case ZRBBuf::column_string: {
-      const char* text = reader.getString(row, column);
-      return ZRBObj::isStringNA(text) ? ZRBObj::getDoubleNA() : static_cast<double>(std::strlen(text));
-    }
-    case ZRBBuf::column_blob:
-      return reader.isBlobNA(row, column) ? ZRBObj::getDoubleNA()
-                                          : static_cast<double>(reader.getBlobLength(row, column));
-    case ZRBBuf::column_timeDate: {
-      const long long timeMs = reader.getTimeDate(row, column);
-      return ZRBObj::isTimeDateNA(timeMs) ? ZRBObj::getDoubleNA()
-                                          : static_cast<double>(timeMs) / value_codes::kMsPerDay;
-    }
-    default:
-      return reader.getDouble(row, column);
-  }
-}
 
 }  // namespace
 
@@ -73,7 +32,8 @@ ZRBProcCount::ZRBProcCount()
       m_cross_checked(0),
       m_cross_values{},
       m_cross_root(CountLists::kNone),
-      m_lists(std::make_unique<CountLists>(m_count_infos)) {}
+      m_lists(std::make_unique<CountLists>(m_count_infos)),
+      m_cache(std::make_unique<CountCache>()) {}
 
 ZRBProcCount::~ZRBProcCount() = default;
 
@@ -83,6 +43,7 @@ int ZRBProcCount::init() {
   if (hasError()) return 1;
   m_column_infos.clear();
   m_lists->clear();
+  m_cache->clear();
   m_cross_checked = 0;
   // Deliberate: m_cross_root stays.
   const long numColumns = getInputBuf(0)->getNumColumns();
@@ -118,6 +79,10 @@ long ZRBProcCount::execute() {
 bool ZRBProcCount::countColumns(ZRBBufReader& reader, long rows) {
   ZRBBuf* buf = ::getBuf(&reader);
   if (!buf) return fail("no input buf");
+  if (mayCountAbreast(reader)) {
+    countColumnsAbreast(reader, rows);
+    return true;
+  }
   const int numColumns = static_cast<int>(buf->getNumColumns());
   for (int column = 0; column < numColumns; ++column) {
     ZRBProcCountColumnInfo* info = getColumnInfo(column);
@@ -145,22 +110,28 @@ bool ZRBProcCount::countCross(ZRBBufReader& reader, long rows) {
     }
     m_cross_checked = 1;
   }
+  if (mayCountAbreast(reader) && countCrossByCode(reader, rows)) return true;
   const long numColumns = buf->getNumColumns();
   for (long row = 0; row < rows; ++row) {
     int above = CountLists::kNone;
     for (int position = 0; position < m_cross_size; ++position) {
       const int column = m_cross_columns[position];
-      const double x = reader.getDouble(row, column >= 0 && column < numColumns ? column : 0);
-      // Found through a copy of the head: a new record may move the one that holds it.
-      int head = position == 0 ? m_cross_root : record(above).sub_list;
-      const int found = findOrInsertCountInfo(&head, x);
-      if (!m_lists->isRecord(found)) return fail("bad cross -- shouldn't happen");
-      (position == 0 ? m_cross_root : record(above).sub_list) = head;
-      ++record(found).count;
-      above = found;
+      above = countCrossValue(above, reader.getDouble(row, column >= 0 && column < numColumns ? column : 0));
+      if (above == CountLists::kNone) return fail("bad cross -- shouldn't happen");
     }
   }
   return true;
+}
+
+// Counts a value below the record `above` of the position before, kNone at the first; its record.
+int ZRBProcCount::countCrossValue(int above, double x) {
+  // Found through a copy of the head: a new record may move the one that holds it.
+  int head = above == CountLists::kNone ? m_cross_root : record(above).sub_list;
+  const int found = findOrInsertCountInfo(&head, x);
+  if (!m_lists->isRecord(found)) return CountLists::kNone;
+  (above == CountLists::kNone ? m_cross_root : record(above).sub_list) = head;
+  ++record(found).count;
+  return found;
 }
 
 ZRBProcCountCountInfo& ZRBProcCount::record(int index) { return m_count_infos[static_cast<std::size_t>(index)]; }
@@ -259,11 +230,17 @@ long long ZRBProcCount::getColumnLevelCount(int column, int position) {
 
 // ---- Cross-tabulation ----
 
-void ZRBProcCount::setCrossSize(int size) { m_cross_size = std::min<int>(size, kMaxCross); }
+void ZRBProcCount::setCrossSize(int size) {
+  m_cross_size = std::min<int>(size, kMaxCross);
+  m_cache->clearCross();
+}
+
 int ZRBProcCount::getCrossSize() { return m_cross_size; }
 
 void ZRBProcCount::setCrossColumn(int position, int column) {
-  if (position >= 0 && position < kMaxCross) m_cross_columns[position] = column;
+  if (position < 0 || position >= kMaxCross) return;
+  m_cross_columns[position] = column;
+  m_cache->clearCross();
 }
 
 int ZRBProcCount::getCrossColumn(int position) {

@@ -2,6 +2,7 @@
 #include "ZRBProcLm.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <new>
 
@@ -9,7 +10,10 @@
 #include "ZRBBufReader.h"
 #include "base/format_message.h"
 #include "base/property_table.h"
+#include "base/simd.h"
+#include "buf/buf_access.h"
 #include "buf/saturating.h"
+#include "procs/lm_kernels.h"
 
 using namespace property;
 
@@ -29,6 +33,26 @@ std::unique_ptr<double[]> allocateZeros(long count) {
   std::unique_ptr<double[]> array = allocate(count);
   if (array) std::fill_n(array.get(), count, 0.0);
   return array;
+}
+
+using lm_kernel::kBlockRows;
+using lm_kernel::kPartialSums;
+
+lm_kernel::UpdateBlock chooseUpdate(Simd simd) {
+  switch (simd) {
+    case Simd::avx512:
+      return lm_kernel::kAvx512Update;
+    case Simd::avx2:
+      return lm_kernel::kAvx2Update;
+    default:
+      return lm_kernel::kBaselineUpdate;
+  }
+}
+
+// What the work matrix must hold: an update by fe_srif, or a block with its products.
+long workSize(long rowCapacity, long columns) {
+  return std::max(multiplySaturating(addSaturating(rowCapacity, columns), columns),
+                  multiplySaturating(kBlockRows + 1, addSaturating(columns, 1)));
 }
 
 }  // namespace
@@ -53,7 +77,7 @@ bool ZRBProcLm::ensureArrays(long rowCapacity, long columns) {
   const bool keepsFit = columns == m_allocated_columns;
   if (keepsFit && rowCapacity <= m_allocated_rows) return true;
   const long rows = addSaturating(rowCapacity, columns);
-  std::unique_ptr<double[]> work = allocate(multiplySaturating(rows, columns));
+  std::unique_ptr<double[]> work = allocate(workSize(rowCapacity, columns));
   std::unique_ptr<double[]> rhs = allocate(rows);
   std::unique_ptr<double[]> factor = allocateZeros(keepsFit ? 0 : multiplySaturating(columns, columns));
   std::unique_ptr<double[]> results = allocateZeros(keepsFit ? 0 : columns);
@@ -87,6 +111,7 @@ void ZRBProcLm::processChunk(long rows) {
   if (!reader || rows < 0) return;
   const long p = reader->getBuf()->getNumColumns();
   if (!ensureArrays(rows, p)) return;
+  if (getRowsDone() > 0 && p > 0 && isOwnEnd(*reader) && isTriangleComplete()) return updateByBlocks(*reader, rows);
   const long priorRows = getRowsDone() > 0 ? p : 0;
   long m = priorRows + rows;
   double* const work = m_work.get();
@@ -115,6 +140,35 @@ void ZRBProcLm::processChunk(long rows) {
     std::fill(column + rowsOfR, column + p, 0.0);
   }
   std::fill(rhs + rowsOfR, rhs + p, 0.0);
+}
+
+// Every diagonal entry alone keeps fe_srif from stopping at its column.
+bool ZRBProcLm::isTriangleComplete() {
+  for (long j = 0; j < m_allocated_columns; ++j)
+    if (!(std::fabs(m_factor[static_cast<std::size_t>(j + j * m_allocated_columns)]) > kTolerance)) return false;
+  return true;
+}
+
+// The update of a complete triangle: the result of fe_srif but for rounding (procs/lm_kernels.h).
+void ZRBProcLm::updateByBlocks(ZRBBufReader& reader, long rows) {
+  static const lm_kernel::UpdateBlock update = chooseUpdate(bestSimd());
+  const long p = m_allocated_columns;
+  double* const block = m_work.get();
+  double* const products = block + kBlockRows * (p + 1);
+  for (long first = 0; first < rows; first += kBlockRows) {
+    const long blockRows = std::min(rows - first, kBlockRows);
+    const long usedRows = (blockRows + kPartialSums - 1) / kPartialSums * kPartialSums;
+    for (long j = 0; j <= p; ++j) {
+      double* const column = block + j * kBlockRows;
+      if (j == 0)
+        std::fill_n(column, blockRows, 1.0);
+      else
+        reader.getDoubleArray(first, j < p ? j : 0, blockRows, column);
+      std::fill(column + blockRows, column + usedRows, 0.0);
+    }
+    update(m_factor.get(), m_rhs.get(), block, p, usedRows, products);
+    std::copy_n(block + p * kBlockRows, blockRows, m_rhs.get() + p + first);
+  }
 }
 
 void ZRBProcLm::calcResults() {

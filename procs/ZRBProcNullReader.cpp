@@ -1,11 +1,22 @@
 // Which rows come from nothing?
 #include "ZRBProcNullReader.h"
 
+#include <typeinfo>
+
 #include "ZRBBuf.h"
 #include "ZRBBufWriter.h"
 #include "base/property_table.h"
+#include "buf/buf_access.h"
+#include "procs/null_rows.h"
 
 using namespace property;
+
+namespace {
+
+// Whether a node is no class of a host's, which may answer getRowsDone() otherwise from row to row.
+bool isPlain(ZRBProcNullReader& node) { return typeid(node) == typeid(ZRBProcNullReader); }
+
+}  // namespace
 
 ZRBProcNullReader::ZRBProcNullReader() : m_access_buf(1), m_total_rows(0) {}
 ZRBProcNullReader::~ZRBProcNullReader() = default;
@@ -27,8 +38,10 @@ long ZRBProcNullReader::execute() {
   if (getRowsDone() + rows > m_total_rows) rows = m_total_rows - getRowsDone();
   ZRBBufWriter* writer = getOutputBufWriter(0);
   if (!writer) return -1;
-  const int numColumns = static_cast<int>(writer->getBuf()->getNumColumns());
-  if (m_access_buf) {
+  if (m_access_buf && isPlain(*this) && isOwnEnd(*writer)) {
+    setNullRows(*writer, m_rows_done, rows);
+  } else if (m_access_buf) {
+    const int numColumns = static_cast<int>(writer->getBuf()->getNumColumns());
     for (long row = 0; row < rows; ++row) {
       const double base = static_cast<double>(getRowsDone()) + static_cast<double>(row);
       for (int column = 0; column < numColumns; ++column) writer->setConvertDouble(row, column, column + base);

@@ -4,6 +4,8 @@
 #include "ZRBBuf.h"
 #include "ZRBBufReader.h"
 #include "base/property_table.h"
+#include "buf/buf_access.h"
+#include "procs/null_rows.h"
 
 using namespace property;
 
@@ -24,10 +26,13 @@ long ZRBProcNullWriter::execute() {
   if (rows < 0) return rows;
   ZRBBufReader* reader = getInputBufReader(0);
   if (!reader) return -1;
-  const long numColumns = reader->getBuf()->getNumColumns();
-  if (m_access_buf)
+  if (m_access_buf && isOwnEnd(*reader)) {
+    loadRows(*reader, rows);
+  } else if (m_access_buf) {
+    const long numColumns = reader->getBuf()->getNumColumns();
     for (long row = 0; row < rows; ++row)
       for (long column = 0; column < numColumns; ++column) reader->getDouble(row, column);
+  }
   return executeReleaseRows(rows);
 }
 

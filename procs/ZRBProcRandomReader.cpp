@@ -1,30 +1,23 @@
 // Which pseudo-random rows come from a seed?
 //
-// The generator combines two sequences of 64-bit integers: a multiplicative congruential one, c' = 69069 c, and a
-// xor-shift one, x ^= x >> 15, x ^= x << 17 (G. Marsaglia, "Xorshift RNGs", J. Stat. Software 8(14), 2003, names the
-// family).  A draw is ((x ^ c) >> 1) * 2^-31, drawn again while it is 0.  Seeds start 2^20 congruential steps apart.
+// The generator is the one of procs/random_lanes.h.  Seeds start 2^20 congruential steps apart.
 #include "ZRBProcRandomReader.h"
 
 #include "ZRBBuf.h"
 #include "ZRBBufWriter.h"
 #include "base/property_table.h"
+#include "buf/buf_access.h"
+#include "procs/random_rows.h"
+#include "procs/random_stream.h"
 
 using namespace property;
 
 namespace {
 
 constexpr long kMinSeed = 1;
-constexpr unsigned long kMultiplier = 69069;
 constexpr unsigned long kCongruentialOrigin = 1803752341;
 constexpr unsigned long kShiftRegisterOrigin = 3697165728;
 constexpr unsigned long kStepsPerSeed = 1UL << 20;
-constexpr double kDrawScale = 0x1p-31;
-
-constexpr double kTextStep = 0.2;
-constexpr int kTextsUsed = 4;
-// Deliberate: five texts each, of which the last is never chosen.
-constexpr const char* kLevelNames[] = {"lev1", "lev2", "lev3", "lev4", "lev5"};
-constexpr const char* kStringValues[] = {"string-one", "string-two", "string-three", "string-four", "string-five"};
 
 // base^exponent modulo 2^64.
 constexpr unsigned long power(unsigned long base, unsigned long exponent) {
@@ -32,12 +25,6 @@ constexpr unsigned long power(unsigned long base, unsigned long exponent) {
   for (; exponent; exponent >>= 1, base *= base)
     if (exponent & 1) result *= base;
   return result;
-}
-
-// The text for a draw: trunc(value / 0.2) while that is one of the texts used, else the first.
-int textIndex(double value) {
-  const double steps = value / kTextStep;
-  return steps < kTextsUsed ? static_cast<int>(steps) : 0;
 }
 
 }  // namespace
@@ -58,19 +45,17 @@ int ZRBProcRandomReader::init() {
 }
 
 void ZRBProcRandomReader::seedGenerator() {
-  m_congruential = kCongruentialOrigin * power(kMultiplier, kStepsPerSeed * static_cast<unsigned long>(m_seed));
+  m_congruential =
+      kCongruentialOrigin * power(random_lanes::kMultiplier, kStepsPerSeed * static_cast<unsigned long>(m_seed));
   m_shift_register = kShiftRegisterOrigin;
 }
 
 double ZRBProcRandomReader::draw() {
-  unsigned long bits;
-  do {
-    m_congruential *= kMultiplier;
-    m_shift_register ^= m_shift_register >> 15;
-    m_shift_register ^= m_shift_register << 17;
-    bits = (m_shift_register ^ m_congruential) >> 1;
-  } while (bits == 0);
-  return static_cast<double>(static_cast<long>(bits)) * kDrawScale;
+  random_stream::State state{m_congruential, m_shift_register};
+  const double value = random_stream::draw(state);
+  m_congruential = state.congruential;
+  m_shift_register = state.shiftRegister;
+  return value;
 }
 
 long ZRBProcRandomReader::execute() {
@@ -79,18 +64,15 @@ long ZRBProcRandomReader::execute() {
   if (getRowsDone() + rows > m_total_rows) rows = m_total_rows - getRowsDone();
   ZRBBufWriter* writer = getOutputBufWriter(0);
   if (!writer) return -1;
-  ZRBBuf* buf = writer->getBuf();
-  const long numColumns = buf->getNumColumns();
-  for (long row = 0; row < rows; ++row) {
-    for (long column = 0; column < numColumns; ++column) {
-      const double value = draw();
-      if (buf->columnTypeIsFactor(column))
-        writer->setConvertFactor(row, column, kLevelNames[textIndex(value)]);
-      else if (buf->columnTypeIsString(column))
-        writer->setConvertString(row, column, kStringValues[textIndex(value)]);
-      else
-        writer->setConvertDouble(row, column, value);
-    }
+  if (isOwnEnd(*writer)) {
+    random_stream::State state{m_congruential, m_shift_register};
+    setRandomRows(*writer, rows, state);
+    m_congruential = state.congruential;
+    m_shift_register = state.shiftRegister;
+  } else {
+    const long numColumns = writer->getBuf()->getNumColumns();
+    for (long row = 0; row < rows; ++row)
+      for (long column = 0; column < numColumns; ++column) setRandomCell(*writer, row, column, draw());
   }
   executeReleaseRows(rows);
   if (getRowsDone() < m_total_rows) return getRowsDone();

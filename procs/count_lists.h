@@ -28,6 +28,7 @@ public:
   // The same for a host, which may link it by hand: from then on nothing but `next` is trusted.
   int appendForHost();
 
+  bool isLinkedByHand() const { return m_linkedByHand; }
   bool isRecord(int index) const { return index >= 0 && static_cast<std::size_t>(index) < m_records.size(); }
 
   // The record holding `value` in the list from `head`; kNone when there is none.

@@ -1,0 +1,115 @@
+// The running statistics of columns abreast against the same update value by value: the same bits, on every target.
+#include "procs/count_abreast.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "base/conversions.h"
+#include "procs/running_stats.h"
+
+namespace {
+
+using count_kernel::kMaxLanes;
+
+constexpr double kNaN = conversions::kDoubleNA;
+
+ZRBProcCountColumnInfo emptyInfo() { return {kNaN, kNaN, kNaN, kNaN, 0, 0, -1}; }
+
+std::vector<Simd> targets() {
+  std::vector<Simd> all = {Simd::baseline};
+  if (bestSimd() != Simd::baseline) all.push_back(Simd::avx2);
+  return all;
+}
+
+// Bytes, so that NaNs count too.
+void expectSame(const ZRBProcCountColumnInfo& actual, const ZRBProcCountColumnInfo& expected) {
+  EXPECT_EQ(std::memcmp(&actual.min, &expected.min, sizeof(double)), 0) << actual.min << ' ' << expected.min;
+  EXPECT_EQ(std::memcmp(&actual.max, &expected.max, sizeof(double)), 0) << actual.max << ' ' << expected.max;
+  EXPECT_EQ(std::memcmp(&actual.mean, &expected.mean, sizeof(double)), 0) << actual.mean << ' ' << expected.mean;
+  EXPECT_EQ(std::memcmp(&actual.m2, &expected.m2, sizeof(double)), 0) << actual.m2 << ' ' << expected.m2;
+  EXPECT_EQ(actual.count_na, expected.count_na);
+  EXPECT_EQ(actual.count_ok, expected.count_ok);
+}
+
+// Feeds the same rows both ways, `chunkRows` at a time.
+void compare(const std::vector<std::vector<double>>& columns, long chunkRows) {
+  const int numColumns = static_cast<int>(columns.size());
+  const long rows = static_cast<long>(columns[0].size());
+  std::vector<ZRBProcCountColumnInfo> expected(columns.size(), emptyInfo());
+  for (std::size_t c = 0; c < columns.size(); ++c)
+    for (double x : columns[c]) addValue(expected[c], x);
+
+  for (Simd target : targets()) {
+    std::vector<ZRBProcCountColumnInfo> actual(columns.size(), emptyInfo());
+    std::vector<ZRBProcCountColumnInfo*> infos;
+    for (ZRBProcCountColumnInfo& info : actual) infos.push_back(&info);
+    for (long first = 0; first < rows; first += chunkRows) {
+      CountAbreast statistics(target, infos.data(), numColumns);
+      const long count = std::min(chunkRows, rows - first);
+      const long lanes = statistics.lanes();
+      std::vector<double> block(static_cast<std::size_t>(count * lanes), kNaN);
+      for (long row = 0; row < count; ++row)
+        for (int c = 0; c < numColumns; ++c)
+          block[static_cast<std::size_t>(row * lanes + c)] =
+              columns[static_cast<std::size_t>(c)][static_cast<std::size_t>(first + row)];
+      // At an odd address, as cells are.
+      std::vector<char> bytes(block.size() * sizeof(double) + 1);
+      std::memcpy(bytes.data() + 1, block.data(), block.size() * sizeof(double));
+      statistics.addRows(bytes.data() + 1, lanes * static_cast<long>(sizeof(double)), count);
+    }
+    for (std::size_t c = 0; c < columns.size(); ++c) {
+      SCOPED_TRACE(testing::Message() << "target " << static_cast<int>(target) << ", column " << c << " of "
+                                      << numColumns << ", chunks of " << chunkRows);
+      expectSame(actual[c], expected[c]);
+    }
+  }
+}
+
+}  // namespace
+
+TEST(CountAbreast, any_number_of_columns_gives_the_bits_of_the_plain_update) {
+  std::mt19937_64 generator(1);
+  std::normal_distribution<double> normal(1e3, 7.0);
+  for (int numColumns = 1; numColumns <= kMaxLanes; ++numColumns) {
+    std::vector<std::vector<double>> columns(static_cast<std::size_t>(numColumns));
+    for (auto& column : columns)
+      for (int row = 0; row < 500; ++row) column.push_back(generator() % 100 == 0 ? kNaN : normal(generator));
+    for (long chunkRows : {1L, 7L, 64L, 500L}) compare(columns, chunkRows);
+  }
+}
+
+TEST(CountAbreast, columns_may_see_their_first_value_at_any_row) {
+  std::mt19937_64 generator(2);
+  for (int round = 0; round < 50; ++round) {
+    std::vector<std::vector<double>> columns(7, std::vector<double>(40, kNaN));
+    for (auto& column : columns)
+      for (std::size_t row = generator() % 50; row < column.size(); ++row)
+        if (generator() % 3 != 0) column[row] = static_cast<double>(generator() % 9) - 4.0;
+    for (long chunkRows : {1L, 13L, 40L}) compare(columns, chunkRows);
+  }
+}
+
+TEST(CountAbreast, a_column_of_NA_only_stays_empty) {
+  compare({std::vector<double>(100, kNaN), {std::vector<double>(100, 1.5)}}, 30);
+}
+
+TEST(CountAbreast, extreme_values_give_the_bits_of_the_plain_update) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const double tiny = std::numeric_limits<double>::denorm_min();
+  const double huge = std::numeric_limits<double>::max();
+  const std::vector<double> values = {0.0, -0.0, tiny, -tiny, huge, -huge, inf, -inf, kNaN, 1.0, 1e9 + 4, 1e9 + 7};
+  std::mt19937_64 generator(3);
+  for (int round = 0; round < 200; ++round) {
+    std::vector<std::vector<double>> columns(5);
+    for (auto& column : columns)
+      for (int row = 0; row < 30; ++row) column.push_back(values[generator() % values.size()]);
+    compare(columns, 11);
+  }
+}
+
+TEST(CountAbreast, a_first_value_of_minus_zero_is_kept) { compare({{-0.0, -0.0}, {kNaN, -0.0}, {-0.0, 0.0}}, 2); }
