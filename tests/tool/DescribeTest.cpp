@@ -43,10 +43,13 @@ Figures figuresOf(const std::vector<double>& values) {
   figures.n = static_cast<long long>(values.size());
   figures.min = *std::min_element(values.begin(), values.end());
   figures.max = *std::max_element(values.begin(), values.end());
-  for (const double value : values) figures.mean += value;
+  for (const double value : values) figures.mean += static_cast<long double>(value);
   figures.mean /= static_cast<long double>(values.size());
   long double m2 = 0;
-  for (const double value : values) m2 += (value - figures.mean) * (value - figures.mean);
+  for (const double value : values) {
+    const long double deviation = static_cast<long double>(value) - figures.mean;
+    m2 += deviation * deviation;
+  }
   figures.sd = std::sqrt(m2 / static_cast<long double>(values.size() - 1));
   return figures;
 }
@@ -192,7 +195,7 @@ TEST(Describe, json_holds_every_figure_and_null_for_none) {
   folder.write("in.csv", "x,f,s,d,none\n1,a,abc,2026-11-20,\n2.5,b,de,2026-11-22,NA\n");
   const Json description = describeJson(folder, {"in.csv", "--types", "s=string"});
   EXPECT_EQ(description, Json::parse(R"({
-    "file": "in.csv", "format": {"delimiter": "','", "header": "line 1"}, "rows": 2, "columns": [
+    "file": "in.csv", "format": {"delimiter": ",", "header": true, "first_line": 1}, "rows": 2, "columns": [
       {"name": "x", "type": "double", "n": 2, "na": 0, "min": 1.0, "max": 2.5, "mean": 1.75, "sd": 1.0606601717798212},
       {"name": "f", "type": "factor", "n": 2, "na": 0,
        "levels": [{"level": "a", "count": 1}, {"level": "b", "count": 1}]},
@@ -300,6 +303,17 @@ TEST(Describe, options_change_how_a_file_is_read) {
                  " " + column.at("mean").dump();
     EXPECT_EQ(columns, c.columns) << c.content;
   }
+}
+
+TEST(Describe, a_line_that_is_skipped_ends_with_its_whole_line_end_wherever_it_falls) {
+  const TempFolder folder;
+  for (const std::size_t length : {0u, 1u, 65'534u, 65'535u, 65'536u, 131'071u})
+    for (const char* end : {"\n", "\r\n", "\r"}) {
+      folder.write("in.csv", std::string(length, '#') + end + "a,b" + end + "1,2" + end);
+      const ToolResult result = runTool(folder, {"describe", "in.csv", "--skip", "1"});
+      EXPECT_EQ(result.out.substr(0, result.out.find('\n')), "in.csv: 1 row, 2 columns, delimiter ',', header line 2")
+          << length << result.err;
+    }
 }
 
 TEST(Describe, quotes_can_be_text) {

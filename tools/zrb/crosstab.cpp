@@ -95,9 +95,9 @@ private:
                       {"cross-tabulation too large", fmt::format("more than {} cells", kMostCrossCells),
                        "columns with fewer different texts"});
     // A prefix of the variables is asked for by leaving out the rest.
-    m_count.setCrossSize(static_cast<int>(position) + 1);
-    m_count.setCrossIndex(static_cast<int>(position), static_cast<int>(listed.position));
-    return m_count.getCrossCount();
+    zrb::set(m_count, "cross.size", position + 1);
+    zrb::set(m_count, "cross.index", position, listed.position);
+    return static_cast<long long>(zrb::get<double>(m_count, "cross.count"));
   }
 
   ZRBProcCount& m_count;

@@ -121,18 +121,24 @@ void CsvSource::skipLines(long long lines) try {
     if (piece.empty())
       throw failureAt(ExitStatus::data, m_file, m_line, "0",
                       {"no table", "the end of the file within the lines to skip", "fewer lines with --skip"});
-    const std::size_t end = piece.find_first_of("\r\n");
-    if (end == std::string_view::npos) {
-      m_bytes->skip(piece.size());
-      // The end of the file ends a line as well.
-      if (piece.size() < kPiece) --lines, ++m_line;
-      continue;
+    const bool isLast = piece.size() < kPiece;
+    std::size_t done = 0;
+    while (lines > 0 && done < piece.size()) {
+      const std::size_t end = piece.find_first_of("\r\n", done);
+      if (end == std::string_view::npos && !isLast) {
+        done = piece.size();  // the line goes on
+        break;
+      }
+      // A carriage return at the end of the piece waits for the line feed that may come with the next one.
+      if (end != std::string_view::npos && piece[end] == '\r' && end + 1 == piece.size() && !isLast) {
+        done = end;
+        break;
+      }
+      done = end == std::string_view::npos ? piece.size() : end + (piece.substr(end, 2) == "\r\n" ? 2 : 1);
+      --lines;
+      ++m_line;
     }
-    // A carriage return may be the last byte of the piece, and the line feed the first of the next.
-    const bool returned = piece[end] == '\r';
-    m_bytes->skip(end + 1);
-    if (returned && m_bytes->peek(1) == "\n") m_bytes->skip(1);
-    --lines, ++m_line;
+    m_bytes->skip(done);
   }
 } catch (const std::system_error& error) {
   throw cannotRead(m_file, m_line, error);
@@ -193,9 +199,17 @@ void CsvSource::addTo(ZRBPipeline& pipeline) {
   zrb::set(pipeline, "add.proc", m_node);
 }
 
-std::vector<std::pair<std::string, std::string>> CsvSource::format() const {
-  return {{"delimiter", delimiterName(m_layout.format.delimiter)},
-          {"header", m_layout.header ? fmt::format("line {}", m_layout.firstLine) : "none"}};
+std::string CsvSource::formatText() const {
+  return fmt::format("delimiter {}, {}", delimiterName(m_layout.format.delimiter),
+                     m_layout.header ? fmt::format("header line {}", m_layout.firstLine) : "no header");
+}
+
+nlohmann::ordered_json CsvSource::formatJson() const {
+  nlohmann::ordered_json json;
+  json["delimiter"] = std::string(1, m_layout.format.delimiter);
+  json["header"] = m_layout.header;
+  json["first_line"] = m_layout.firstLine;
+  return json;
 }
 
 }  // namespace zrbtool

@@ -3,7 +3,6 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "byte_source.h"
@@ -24,7 +23,8 @@ public:
   void addTo(ZRBPipeline& pipeline) override;
   long chunkRows() override { return m_chunk_rows; }
   const std::string& file() const override { return m_file; }
-  std::vector<std::pair<std::string, std::string>> format() const override;
+  std::string formatText() const override;
+  nlohmann::ordered_json formatJson() const override;
 
   const CsvLayout& layout() const { return m_layout; }
   CsvNode& node() { return *m_node; }

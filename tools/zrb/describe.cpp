@@ -53,7 +53,8 @@ Description describe(TableSource& source) {
 
   Description description;
   description.file = source.file();
-  description.format = source.format();
+  description.formatText = source.formatText();
+  description.formatJson = source.formatJson();
   description.rows = zrb::get<long long>(count, "rows.done");
   const long columns = zrb::get<long>(source.buf(), "num.columns");
   for (long column = 0; column < columns; ++column)

@@ -1,8 +1,8 @@
 // The verb "describe": statistics of every column.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "ZRBBuf.h"
@@ -30,7 +30,8 @@ struct ColumnSummary {
 
 struct Description {
   std::string file;
-  std::vector<std::pair<std::string, std::string>> format;
+  std::string formatText;  // see TableSource
+  nlohmann::ordered_json formatJson;
   long long rows;
   std::vector<ColumnSummary> columns;
 };

@@ -104,10 +104,9 @@ std::string dateOfDays(double days) {
 }
 
 std::string descriptionText(const Description& description, long mostLevels) {
-  std::string text = fmt::format("{}: {}, {}", onOneLine(description.file), counted(description.rows, "row"),
-                                 counted(static_cast<long long>(description.columns.size()), "column"));
-  for (const auto& [key, value] : description.format) text += fmt::format(", {} {}", key, value);
-  text += "\n\n";
+  std::string text =
+      fmt::format("{}: {}, {}, {}\n\n", onOneLine(description.file), counted(description.rows, "row"),
+                  counted(static_cast<long long>(description.columns.size()), "column"), description.formatText);
 
   TextTable table({Align::left, Align::left, Align::right, Align::right, Align::right, Align::right, Align::right,
                    Align::right, Align::right});
@@ -129,7 +128,7 @@ std::string descriptionText(const Description& description, long mostLevels) {
 std::string descriptionJson(const Description& description) {
   Json json;
   json["file"] = description.file;
-  for (const auto& [key, value] : description.format) json["format"][key] = value;
+  json["format"] = description.formatJson;
   json["rows"] = description.rows;
   json["columns"] = Json::array();
   for (const ColumnSummary& column : description.columns) json["columns"].push_back(columnJson(column));

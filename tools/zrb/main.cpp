@@ -1,6 +1,5 @@
 // The command line of zrb.
 #include <signal.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <charconv>

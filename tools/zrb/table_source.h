@@ -2,8 +2,8 @@
 #pragma once
 
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "ZRBBuf.h"
@@ -35,8 +35,9 @@ public:
 
   // As the user gave it.
   virtual const std::string& file() const = 0;
-  // How the file was read, as in: delimiter -> ",".
-  virtual std::vector<std::pair<std::string, std::string>> format() const = 0;
+  // How the file was read, for people and for programs.
+  virtual std::string formatText() const = 0;
+  virtual nlohmann::ordered_json formatJson() const = 0;
 };
 
 // Throws Failure.  The options are for CSV files.
