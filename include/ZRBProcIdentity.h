@@ -7,6 +7,7 @@
 // output, and copies every row of it to each output.  Any number of inputs and outputs; further inputs are only released.
 //
 // Cells pass as doubles, factors by level name: strings, time-dates and blobs arrive as the number they read as.
+// Columns that an output lacks are left out.
 // Property: "num.to.print".
 class ZRB_EXPORT ZRBProcIdentity : public ZRBProc {
 public:

@@ -1,6 +1,8 @@
 // What goes by, and on to the outputs?
 #include "ZRBProcIdentity.h"
 
+#include <algorithm>
+
 #include "ZRBBuf.h"
 #include "ZRBBufReader.h"
 #include "ZRBBufWriter.h"
@@ -14,11 +16,12 @@ namespace {
 constexpr int kDefaultNumToPrint = 2;
 constexpr TraceStyle kTraceStyle = {"ZRBProcIdentity", false, false};
 
-// Deliberate: everything but levels passes through doubles.
+// Deliberate: everything but levels passes through doubles.  Pinned by "what is no factor on both sides passes as a
+// double".
 void copyRows(ZRBBufReader& reader, ZRBBufWriter& writer, long rows) {
   ZRBBuf* input = reader.getBuf();
   ZRBBuf* output = writer.getBuf();
-  const long numColumns = input->getNumColumns();
+  const long numColumns = std::min(input->getNumColumns(), output->getNumColumns());
   for (long row = 0; row < rows; ++row) {
     for (long column = 0; column < numColumns; ++column) {
       const double value = reader.getDouble(row, column);
