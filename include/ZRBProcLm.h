@@ -14,7 +14,9 @@
 // chunks, except for rounding.
 //
 // Every column is read as a double.  NA is not treated specially and spoils the fit.  A column that is all but zero
-// below the diagonal (1e-10) stops an update silently: scale the columns, and leave constant ones out.
+// below the diagonal (1e-10) stops an update silently: scale the columns, and leave constant ones out.  Until R has a
+// full diagonal, a column that is constant so far even costs the columns behind it rows of the chunk: begin with a chunk
+// in which the columns are independent (docs/numerics.md).
 // Properties: "calculate.results", "num.results", "result".
 class ZRB_EXPORT ZRBProcLm : public ZRBProc {
 public:
@@ -35,8 +37,6 @@ public:
   double getResult(long index);  // intercept, then one per regressor, as of the latest calcResults(); 0.0 outside
 
 protected:
-  void ensureArrays(long rowCapacity, long columns);
-
   std::unique_ptr<double[]> m_work;     // (row capacity + p) x p, column-major, leading dimension = rows of the update
   std::unique_ptr<double[]> m_rhs;      // row capacity + p; between updates the first p are z
   std::unique_ptr<double[]> m_factor;   // R, p x p, column-major
@@ -46,6 +46,7 @@ protected:
 
 private:
   struct ZRB_HIDDEN Properties;
+  ZRB_HIDDEN bool ensureArrays(long rowCapacity, long columns);
 };
 
 // Householder triangularisation of a matrix and its right-hand side, in place.

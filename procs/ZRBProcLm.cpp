@@ -2,10 +2,14 @@
 #include "ZRBProcLm.h"
 
 #include <algorithm>
+#include <limits>
+#include <new>
 
 #include "ZRBBuf.h"
 #include "ZRBBufReader.h"
+#include "base/format_message.h"
 #include "base/property_table.h"
+#include "buf/saturating.h"
 
 using namespace property;
 
@@ -13,8 +17,19 @@ namespace {
 
 constexpr double kTolerance = 1e-10;
 constexpr long kNotAllocated = -1;
+constexpr long kMaxCount = std::numeric_limits<long>::max() / static_cast<long>(sizeof(double));
 
-std::unique_ptr<double[]> zeros(long count) { return std::make_unique<double[]>(static_cast<std::size_t>(count)); }
+// Not cleared; null when there is no room.
+std::unique_ptr<double[]> allocate(long count) {
+  if (count > kMaxCount) return nullptr;
+  return std::unique_ptr<double[]>(new (std::nothrow) double[static_cast<std::size_t>(count)]);
+}
+
+std::unique_ptr<double[]> allocateZeros(long count) {
+  std::unique_ptr<double[]> array = allocate(count);
+  if (array) std::fill_n(array.get(), count, 0.0);
+  return array;
+}
 
 }  // namespace
 
@@ -32,20 +47,32 @@ int ZRBProcLm::init() {
   return hasError();
 }
 
-// Makes room for chunks of `rowCapacity` rows of `columns` columns.  More rows keep the fit, other columns do not.
-void ZRBProcLm::ensureArrays(long rowCapacity, long columns) {
-  if (columns == m_allocated_columns && rowCapacity <= m_allocated_rows) return;
-  std::unique_ptr<double[]> rhs = zeros(rowCapacity + columns);
-  if (columns == m_allocated_columns) {
+// Makes room for chunks of `rowCapacity` rows of `columns` columns; false with an error when there is none, and nothing
+// is changed.  More rows keep the fit, other columns do not.
+bool ZRBProcLm::ensureArrays(long rowCapacity, long columns) {
+  const bool keepsFit = columns == m_allocated_columns;
+  if (keepsFit && rowCapacity <= m_allocated_rows) return true;
+  const long rows = addSaturating(rowCapacity, columns);
+  std::unique_ptr<double[]> work = allocate(multiplySaturating(rows, columns));
+  std::unique_ptr<double[]> rhs = allocate(rows);
+  std::unique_ptr<double[]> factor = allocateZeros(keepsFit ? 0 : multiplySaturating(columns, columns));
+  std::unique_ptr<double[]> results = allocateZeros(keepsFit ? 0 : columns);
+  if (!work || !rhs || !factor || !results) {
+    setError(formatMessage("can't allocate a fit of %ld columns in chunks of %ld rows", columns, rowCapacity).c_str());
+    return false;
+  }
+  if (keepsFit) {
     std::copy_n(m_rhs.get(), columns, rhs.get());
   } else {
-    m_factor = zeros(columns * columns);
-    m_results = zeros(columns);
+    std::fill_n(rhs.get(), columns, 0.0);
+    m_factor = std::move(factor);
+    m_results = std::move(results);
   }
   m_rhs = std::move(rhs);
-  m_work = zeros((rowCapacity + columns) * columns);
+  m_work = std::move(work);
   m_allocated_rows = rowCapacity;
   m_allocated_columns = columns;
+  return true;
 }
 
 long ZRBProcLm::execute() {
@@ -57,9 +84,9 @@ long ZRBProcLm::execute() {
 
 void ZRBProcLm::processChunk(long rows) {
   ZRBBufReader* reader = getInputBufReader(0);
-  if (!reader) return;
+  if (!reader || rows < 0) return;
   const long p = reader->getBuf()->getNumColumns();
-  ensureArrays(rows, p);
+  if (!ensureArrays(rows, p)) return;
   const long priorRows = getRowsDone() > 0 ? p : 0;
   long m = priorRows + rows;
   double* const work = m_work.get();
@@ -76,6 +103,8 @@ void ZRBProcLm::processChunk(long rows) {
   long columns = p;
   double tolerance = kTolerance;
   long info = 0;
+  // Deliberate: `info` is not looked at, and of a stack that was left half done the first p rows are kept.  Pinned by "a
+  // chunk in which a column is constant loses rows of the columns behind it".
   fe_srif(work, &m, &columns, &tolerance, rhs, &info);
 
   // A first chunk of fewer than p rows leaves the rest of the triangle zero, for the next chunks to fill.

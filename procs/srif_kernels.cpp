@@ -12,7 +12,8 @@ double largestAbsolute(const double* values, long count) {
   return largest;
 }
 
-// The Euclidean norm, scaled by the largest entry against overflow.
+// The Euclidean norm, scaled by the largest entry against overflow.  Deliberate: by its reciprocal.  Pinned by "the norm
+// is scaled by multiplication with the reciprocal".
 double scaledNorm(const double* values, long count, double largest) {
   const double scale = 1.0 / largest;
   double sum = 0.0;
@@ -53,7 +54,8 @@ void fe_srif(double* a, long* m, long* n, double* tol, double* b, long* info) {
     for (long c = j + 1; c < columns; ++c) reflect(u, diagonal + 1, below - 1, beta, a + c * rows + j);
     reflect(u, diagonal + 1, below - 1, beta, b + j);
     *diagonal = alpha;
-    // Deliberate: only the rows of R; further rows keep the reflection.
+    // Deliberate: only the rows of R.  Pinned by "rows of R are zero below the diagonal and further rows keep the
+    // reflection".
     std::fill(diagonal + 1, diagonal + std::min(rows, columns) - j, 0.0);
   }
 }
