@@ -167,10 +167,15 @@ bool ZRBBackingFileBuf::loadRows(long long firstRow, long rows) {
 
 bool ZRBBackingFileBuf::readPiece(const char* which, long ringRow, long rows, long allRows, long long firstRow) {
   if (rows < 1) return true;
-  const int bytes = static_cast<int>(m_bytes_per_row * rows);
-  errno = 0;
-  const long numRead = ::read(m_backing_file_handle, getDataPtr(ringRow, 0, 0), static_cast<std::size_t>(bytes));
-  if (numRead >= bytes) return true;
+  const int bytes = static_cast<int>(multiplySaturating(m_bytes_per_row, rows));
+  long numRead = -1;
+  errno = EFAULT;
+  // A request loads rows even when init() could not allocate the ring: the block is then missing or too small.
+  if (multiplySaturating(m_bytes_per_row, addSaturating(ringRow, rows)) <= static_cast<long>(m_data_bytes)) {
+    errno = 0;
+    numRead = ::read(m_backing_file_handle, getDataPtr(ringRow, 0, 0), static_cast<std::size_t>(bytes));
+    if (numRead >= bytes) return true;
+  }
   const int error = errno;
   addError(formatMessage("ZRBBackingFileBuf error reading file %s", m_backing_file_name.get()).c_str());
   addError(formatMessage("  pos=%ld, %s chunk=%d/%d rows, nread=%d/%d bytes, errno=%d", static_cast<long>(firstRow),

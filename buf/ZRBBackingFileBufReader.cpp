@@ -10,6 +10,13 @@
 #include "ZRBProc.h"
 #include "buf/saturating.h"
 
+namespace {
+
+// Rows of the file from `row` on.  No difference is formed that a total chosen by the host could drive out of range.
+long long rowsFrom(long long row, long long total) { return total > row ? total - row : 0; }
+
+}  // namespace
+
 ZRBBackingFileBufReader::ZRBBackingFileBufReader(ZRBBackingFileBuf* buf, ZRBProc* proc)
     : ZRBBufReader(buf, proc), m_cache_start(0), m_cache_rows(0) {}
 
@@ -94,8 +101,8 @@ void ZRBBackingFileBufReader::setChunkPosition(long long position) {
     loadRows = m_cache_start - position;
     cacheRows = std::min(cacheEnd - position, capacity);
   }
-  if (addSaturating(loadStart, loadRows) > total) loadRows = std::max(total - loadStart, 0LL);
-  if (addSaturating(position, cacheRows) > total) cacheRows = std::max(total - position, 0LL);
+  loadRows = std::min(loadRows, rowsFrom(loadStart, total));
+  cacheRows = std::min(cacheRows, rowsFrom(position, total));
   m_cache_start = position;
   m_cache_rows = cacheRows;
   if (loadRows > 0 && !file()->loadRows(loadStart, loadRows))

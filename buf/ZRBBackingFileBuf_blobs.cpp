@@ -19,6 +19,7 @@
 #include <cstring>
 
 #include "ZRBBackingFileBuf.h"
+#include "base/value_codes.h"
 #include "buf/cell_codec.h"
 
 namespace {
@@ -108,7 +109,7 @@ long ZRBBackingFileBuf::writeBlobData(const char* bytes, long count) {
   if (count == 0) return 0;
   if (!writeWhole(m_blob_file_handle, bytes, count))
     return failBlob(-1, "ZRBBackingFileBuf::writeBlobData - error on write", count);
-  m_blob_position += count;
+  m_blob_position = value_codes::addWrapping(m_blob_position, count);  // a seek may have set it to anything
   return count;
 }
 
@@ -126,7 +127,7 @@ int ZRBBackingFileBuf::closeWriteBlobData(long long* offset, long long* length) 
                     static_cast<double>(m_blob_offset));
   *offset = m_blob_offset;
   *length = m_blob_length;
-  m_blob_offset += m_blob_length + 2 * kMarkBytes;
+  m_blob_offset = value_codes::addWrapping(m_blob_offset, value_codes::addWrapping(m_blob_length, 2 * kMarkBytes));
   m_blob_length = -1;
   m_blob_position = -1;
   return 1;

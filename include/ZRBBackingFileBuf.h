@@ -90,12 +90,12 @@ private:
   friend class ZRBBackingFileBufReader;  // fills the cache
   friend class ZRBBackingFileBufWriter;  // moves the next blob's offset
 
-  int openFile(const char* name);
-  void writePiece(const char* which, long ringRow, long rows, long allRows);
-  bool readPiece(const char* which, long ringRow, long rows, long allRows, long long firstRow);
-  bool loadRows(long long firstRow, long rows);
-  int failBlob(int result, const char* text);
-  int failBlob(int result, const char* text, double value);
-  int failBlob(int result, const char* text, long value);
-  bool checkBlobMode(int writing, const char* wrongMode, const char* notOpen);
+  ZRB_HIDDEN int openFile(const char* name);
+  ZRB_HIDDEN void writePiece(const char* which, long ringRow, long rows, long allRows);
+  ZRB_HIDDEN bool readPiece(const char* which, long ringRow, long rows, long allRows, long long firstRow);
+  ZRB_HIDDEN bool loadRows(long long firstRow, long rows);
+  ZRB_HIDDEN int failBlob(int result, const char* text);
+  ZRB_HIDDEN int failBlob(int result, const char* text, double value);
+  ZRB_HIDDEN int failBlob(int result, const char* text, long value);
+  ZRB_HIDDEN bool checkBlobMode(int writing, const char* wrongMode, const char* notOpen);
 };

@@ -33,8 +33,8 @@ public:
   int isWritingCache();  // whether the buffer is being written
 
 private:
-  ZRBBackingFileBuf* file();
-  bool isReleasedAll();
+  ZRB_HIDDEN ZRBBackingFileBuf* file();
+  ZRB_HIDDEN bool isReleasedAll();
 
   long long m_cache_start;  // stream row of the first row that the ring holds
   long long m_cache_rows;   // rows it holds from there

@@ -18,5 +18,5 @@ public:
   int isBlobOpen() override;
 
 private:
-  ZRBBackingFileBuf* file();
+  ZRB_HIDDEN ZRBBackingFileBuf* file();
 };
