@@ -151,7 +151,7 @@ TEST(NullRows, numbers_beyond_the_integers_of_a_double_are_rounded_alike) {
 }
 
 TEST(NullRows, levels_overflows_and_cut_texts_are_those_of_single_cells) {
-  const RestoredSettings restored;
+  const SavedSettings restored;
   ZRBObj::setErrorOnLevelOverflow(1);
   ZRBObj::setErrorOnStringTruncation(1);
   expectSameRows({{"f", kFactor}, {"s", kString, 4}, {"d", kDouble}, {"g", kFactor}}, 700, {600, 600, 3}, 900,
@@ -159,7 +159,7 @@ TEST(NullRows, levels_overflows_and_cut_texts_are_those_of_single_cells) {
 }
 
 TEST(NullRows, the_epoch_of_time_dates_counts) {
-  const RestoredSettings restored;
+  const SavedSettings restored;
   ZRBObj::setDoubleDateEpoch(0x7FFFFFFFFFFFF000);
   expectSameRows({{"t", kTimeDate}, {"d", kDouble}}, 50, {40, 40});
 }

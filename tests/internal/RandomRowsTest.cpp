@@ -202,7 +202,7 @@ TEST(RandomRows, a_zero_draw_moves_the_rest_of_the_stream) {
 }
 
 TEST(RandomRows, levels_and_overflows_are_those_of_single_cells) {
-  const RestoredSettings restored;
+  const SavedSettings restored;
   ZRBObj::setErrorOnLevelOverflow(1);
   const std::vector<Column> columns = {{"a", kFactor}, {"d", kDouble}, {"b", kFactor}, {"c", kFactor}};
   const State lowDraw = stateBefore(2002, (1ull << 31) * 3 / 10);
@@ -233,7 +233,7 @@ TEST(RandomRows, levels_and_overflows_are_those_of_single_cells) {
 }
 
 TEST(RandomRows, texts_that_are_cut_are_counted_and_reported_as_by_single_cells) {
-  const RestoredSettings restored;
+  const SavedSettings restored;
   ZRBObj::setErrorOnStringTruncation(1);
   const std::vector<Column> columns = {
       {"a", kString, 10}, {"d", kDouble}, {"b", kString, 4}, {"c", kString, 11}, {"e", kString, 12}};
