@@ -30,6 +30,9 @@ zrb_add_lone_headers(lone_internal_headers HEADERS ${internal_headers}
   INCLUDE_DIRS ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 zrb_add_lone_headers(lone_support_headers HEADERS ${support_headers}
   INCLUDE_DIRS ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR} LIBRARIES zrb_host GTest::gtest)
+if(TARGET lone_support_headers)
+  target_compile_definitions(lone_support_headers PRIVATE ZRB_DATA_DIR="${PROJECT_SOURCE_DIR}/data")
+endif()
 if(TARGET zrb_tool)
   zrb_add_lone_headers(lone_tool_headers HEADERS ${tool_headers} LIBRARIES zrb_tool)
 endif()

@@ -74,8 +74,12 @@ void StoredSource::addTo(ZRBPipeline& pipeline) {
   zrb::set(pipeline, "add.proc", m_node);
 }
 
-std::vector<std::pair<std::string, std::string>> StoredSource::format() const {
-  return {{"stored as", "rows of " + counted(m_table.schema.rowBytes, "byte")}};
+std::string StoredSource::formatText() const { return "rows of " + counted(m_table.schema.rowBytes, "byte"); }
+
+nlohmann::ordered_json StoredSource::formatJson() const {
+  nlohmann::ordered_json json;
+  json["row_bytes"] = m_table.schema.rowBytes;
+  return json;
 }
 
 }  // namespace zrbtool

@@ -23,7 +23,8 @@ public:
   void addTo(ZRBPipeline& pipeline) override;
   long chunkRows() override { return m_chunk_rows; }
   const std::string& file() const override { return m_table.file; }
-  std::vector<std::pair<std::string, std::string>> format() const override;
+  std::string formatText() const override;
+  nlohmann::ordered_json formatJson() const override;
 
 private:
   void connect(const std::vector<std::size_t>& columns, bool asFactors);
