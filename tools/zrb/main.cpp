@@ -206,7 +206,7 @@ void addInfo(CLI::App& app, Output& output) {
   verb->add_option("FILE", arguments->file, ".zrb file")->required();
   verb->add_flag("--json", arguments->json, "print JSON, with all levels");
   verb->callback([arguments, &output] {
-    const StoredTable table = openStored(arguments->file);
+    const StoredTable table = openStored(arguments->file, "zrb info");
     output.write(arguments->json ? tableInfoJson(table) : tableInfoText(table));
   });
 }
