@@ -34,10 +34,7 @@ void checkRows(const StoredTable& table, const std::vector<std::size_t>& columns
 }  // namespace
 
 void exportTable(const ExportOptions& options, Output& standardOutput) {
-  if (!isStoredName(options.file))
-    throw Failure(ExitStatus::usage,
-                  "zrb export: found " + quote(options.file) + ", expected the name of a file that ends in .zrb");
-  const StoredTable table = openStored(options.file);
+  const StoredTable table = openStored(options.file, "zrb export");
   CsvWriterOptions writing;
   writing.header = options.header;
   std::vector<std::size_t> columns;

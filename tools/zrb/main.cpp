@@ -17,9 +17,11 @@
 #include "describe.h"
 #include "export_table.h"
 #include "failure.h"
+#include "fit.h"
 #include "generate.h"
 #include "import_table.h"
 #include "output.h"
+#include "print.h"
 #include "stored_blob.h"
 #include "stored_schema.h"
 #include "table_info.h"
@@ -155,6 +157,31 @@ void addGenerate(CLI::App& app, Output& output) {
   });
 }
 
+void addPrint(CLI::App& app, Output& output) {
+  struct Arguments {
+    CsvArguments csv;
+    std::vector<std::string> columns;
+    long long rows = 10;
+    bool trace = false;
+  };
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* verb = app.add_subcommand("print", "The first rows");
+  arguments->csv.addTo(*verb);
+  verb->add_option("--rows", arguments->rows, "rows to print")->check(atLeast(0))->capture_default_str();
+  verb->add_option("--columns", arguments->columns, "columns to print, separated by commas; all if not given")
+      ->allow_extra_args(false);
+  verb->add_flag("--trace", arguments->trace, "print them as the library's printf node shows them");
+  verb->callback([arguments, &output] {
+    TableRequest request;
+    request.columns = arguments->columns;
+    const auto source = openTable(arguments->csv.file, arguments->csv.options(), request);
+    if (arguments->trace)
+      traceFirstRows(*source, arguments->rows);
+    else
+      output.write(firstRowsText(*source, arguments->rows));
+  });
+}
+
 void addImport(CLI::App& app) {
   struct Arguments {
     CsvArguments csv;
@@ -205,7 +232,7 @@ void addInfo(CLI::App& app, Output& output) {
   verb->add_option("FILE", arguments->file, ".zrb file")->required();
   verb->add_flag("--json", arguments->json, "print JSON, with all levels");
   verb->callback([arguments, &output] {
-    const StoredTable table = openStored(arguments->file);
+    const StoredTable table = openStored(arguments->file, "zrb info");
     output.write(arguments->json ? tableInfoJson(table) : tableInfoText(table));
   });
 }
@@ -227,6 +254,23 @@ std::string verbNames(const CLI::App& app) {
   for (std::size_t i = 0; i < verbs.size(); ++i)
     names += (i == 0 ? "" : i + 1 < verbs.size() ? ", " : " or ") + verbs[i]->get_name();
   return names;
+}
+
+void addFit(CLI::App& app, Output& output) {
+  struct Arguments {
+    CsvArguments csv;
+    std::string formula;
+    bool json = false;
+  };
+  auto arguments = std::make_shared<Arguments>();
+  CLI::App* verb = app.add_subcommand("fit", "A linear model by least squares");
+  arguments->csv.addTo(*verb);
+  verb->add_option("FORMULA", arguments->formula, "as in 'y ~ x + f + x:f'; a*b is a + b + a:b")->required();
+  verb->add_flag("--json", arguments->json, "print JSON");
+  verb->callback([arguments, &output] {
+    const Fit fit = fitModel(arguments->csv.file, arguments->csv.options(), arguments->formula);
+    output.write(arguments->json ? fitJson(fit) : fitText(fit));
+  });
 }
 
 // Text in place of a run: help and version go to standard output, a wrong command line to standard error.
@@ -252,6 +296,8 @@ ExitStatus run(int argc, char** argv) {
   addDescribe(app, output);
   addCrosstab(app, output);
   addGenerate(app, output);
+  addPrint(app, output);
+  addFit(app, output);
   addImport(app);
   addExport(app, output);
   addInfo(app, output);

@@ -11,6 +11,7 @@
 #include "file_output.h"
 #include "library_failure.h"
 #include "stored_table.h"
+#include "zrb/column.h"
 #include "zrb/property.h"
 
 namespace zrbtool {
@@ -26,7 +27,9 @@ long columnOf(const StoredTable& table, const std::string& name) {
   if (found == columns.end())
     throw failureAt(ExitStatus::usage, table.file, 0, name, {"unknown column", quote(name), "a blob column"});
   if (found->type != ZRBBuf::column_blob)
-    throw failureAt(ExitStatus::usage, table.file, 0, name, {"type does not fit", "another type", "a blob column"});
+    throw failureAt(
+        ExitStatus::usage, table.file, 0, name,
+        {"type does not fit", fmt::format("a {} column", zrb::columnTypeName(found->type)), "a blob column"});
   return found - columns.begin();
 }
 
@@ -92,10 +95,7 @@ private:
 }  // namespace
 
 void writeBlob(const BlobOptions& options, Output& standardOutput) {
-  if (!isStoredName(options.file))
-    throw Failure(ExitStatus::usage,
-                  "zrb blob: found " + quote(options.file) + ", expected the name of a file that ends in .zrb");
-  const StoredTable table = openStored(options.file);
+  const StoredTable table = openStored(options.file, "zrb blob");
   if (options.row > table.schema.rows)
     throw failureAt(ExitStatus::usage, table.file, 0, "0",
                     {"no such row", std::to_string(options.row),

@@ -238,16 +238,19 @@ std::string schemaText(const StoredSchema& schema) {
 
 StoredSchema readSchema(const std::string& name) {
   const std::string text = readWhole(name);
+  const auto refuse = [&](std::size_t at) {
+    at = std::min(at, text.size());
+    const auto line = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n');
+    const std::string found = at < text.size() ? quote(std::string_view(text).substr(at, 1)) : "the end of the file";
+    throw failureAt(ExitStatus::data, name, line, "0", {"schema is no JSON", found, kExpected});
+  };
+  // The parser takes a NUL for the end of the text.
+  if (const std::size_t nul = text.find('\0'); nul != std::string::npos) refuse(nul);
   Json json;
   try {
     json = Json::parse(text);
   } catch (const Json::parse_error& error) {
-    const std::size_t before = std::min(error.byte > 0 ? error.byte - 1 : 0, text.size());
-    const auto line = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(before), '\n');
-    const bool atEnd = before >= text.size();
-    throw failureAt(ExitStatus::data, name, line, "0",
-                    {"schema is no JSON",
-                     atEnd ? "the end of the file" : quote(std::string_view(text).substr(before, 1)), kExpected});
+    refuse(error.byte > 0 ? error.byte - 1 : 0);
   } catch (const Json::exception&) {  // a number beyond the range of a double
     throw failureAt(ExitStatus::data, name, 0, "0", {"schema is no JSON", "a number out of range", kExpected});
   }

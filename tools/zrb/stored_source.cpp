@@ -33,7 +33,7 @@ std::vector<std::size_t> columnsOf(const StoredTable& table, const TableRequest&
 
 }  // namespace
 
-StoredSource::StoredSource(const std::string& file, const TableRequest& request) : m_table(openStored(file)) {
+StoredSource::StoredSource(const std::string& file, const TableRequest& request) : m_table(openStored(file, "zrb")) {
   connect(columnsOf(m_table, request), request.asFactors);
 }
 

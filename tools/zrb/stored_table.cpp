@@ -33,7 +33,10 @@ void checkFile(const std::string& file, long long bytes, const std::string& why)
 
 }  // namespace
 
-StoredTable openStored(const std::string& file) {
+StoredTable openStored(const std::string& file, const std::string& verb) {
+  if (!isStoredName(file))
+    throw Failure(ExitStatus::usage,
+                  fmt::format("{}: found {}, expected the name of a file that ends in .zrb", verb, quote(file)));
   StoredTable table;
   table.file = file;
   checkFile(file, -1, "a file that zrb import wrote");

@@ -14,8 +14,9 @@ struct StoredTable {
   StoredSchema schema;
 };
 
-// Reads the schema, and makes sure that the files are there with the sizes it tells.  Throws Failure.
-StoredTable openStored(const std::string& file);
+// Reads the schema, and makes sure that the files are there with the sizes it tells.  Throws Failure; `verb` is for the
+// one that the name is none of a .zrb file.
+StoredTable openStored(const std::string& file, const std::string& verb);
 
 // A buffer that reads the rows, with the columns of the schema and room for `ringRows` of them.
 zrb::Handle<ZRBBackingFileBuf> makeStoredBuf(const StoredTable& table, long ringRows);
