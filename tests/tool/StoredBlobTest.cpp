@@ -76,7 +76,7 @@ TEST(StoredBlob, other_verbs_know_blobs_by_their_lengths_or_leave_them_out) {
 TEST(StoredBlob, a_blob_longer_than_any_piece_comes_back) {
   const TempFolder folder;
   std::string data;
-  for (int i = 0; i < 100'003; ++i) data += static_cast<char>(i * i % 251);
+  for (unsigned i = 0; i < 100'003; ++i) data += static_cast<char>(i * i % 251);
   folder.write("large", data);
   folder.write("in.csv", "path\nlarge\nlarge\n");
   expectSuccess(runTool(folder, {"import", "in.csv", "out.zrb", "--blob-column", "b=path"}));

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -117,6 +118,34 @@ TEST_F(StoredCorruption, every_file_may_end_anywhere) {
       EXPECT_EQ(runAllVerbs(), 0);
     }
     folder.write(name, content);
+  }
+}
+
+TEST_F(StoredCorruption, rows_that_vanish_while_they_are_read_are_an_input_error) {
+  const struct {
+    long long bytes;  // that are left; -1: the file is gone
+    const char* found;
+  } cases[] = {
+      {41, "the end of the file before its last row"},
+      {0, "the end of the file before its last row"},
+      {-1, "can't open file for read: "},
+  };
+  for (const auto& c : cases) {
+    const auto source = openTable(file(), {}, {});
+    if (c.bytes < 0)
+      std::filesystem::remove(file());
+    else
+      std::filesystem::resize_file(file(), static_cast<std::uintmax_t>(c.bytes));
+    try {
+      describe(*source);
+      ADD_FAILURE() << "described " << c.bytes << " bytes";
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.status(), ExitStatus::io);
+      EXPECT_EQ(failure.what(), file() + ":0:0: cannot read, found " + c.found + (c.bytes < 0 ? file() : "") +
+                                    ", expected a file that does not change while it is read");
+    }
+    TearDown();
+    SetUp();
   }
 }
 
