@@ -74,7 +74,7 @@ void StoredSource::addTo(ZRBPipeline& pipeline) {
   zrb::set(pipeline, "add.proc", m_node);
 }
 
-std::string StoredSource::formatText() const { return "rows of " + counted(m_table.schema.rowBytes, "byte"); }
+std::string StoredSource::formatText() const { return "stored as rows of " + counted(m_table.schema.rowBytes, "byte"); }
 
 nlohmann::ordered_json StoredSource::formatJson() const {
   nlohmann::ordered_json json;
