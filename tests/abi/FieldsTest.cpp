@@ -299,7 +299,7 @@ TEST(Fields, of_a_pipeline_are_its_lists_cursor_and_counts) {
 
 TEST(Fields, of_a_random_reader_are_seed_generator_and_total) {
   ZRBProcRandomReader node;
-  // The seed 1 starts the congruential part 2^20 steps from its origin: twenty squarings of the multiplier.
+  // The seed 1 starts the congruential state 2^20 steps from its origin: twenty squarings of the multiplier.
   std::uint64_t power = 69069;
   for (int i = 0; i < 20; ++i) power *= power;
   EXPECT_EQ(valueAt<long>(&node, 160), 1);
