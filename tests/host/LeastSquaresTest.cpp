@@ -63,6 +63,8 @@ std::vector<double> solve(zrb::LeastSquares& fit) {
   return results;
 }
 
+long double wide(double value) { return static_cast<long double>(value); }
+
 constexpr double kSize = zrb::LeastSquares::kColumnSize;
 
 // y = 2 + 3 a - b with a residual, a and b of the size that the node wants.
@@ -86,11 +88,11 @@ struct Reference {
 Reference referenceOf(const Rows& rows) {
   const std::size_t p = rows.front().size();
   std::vector<std::vector<long double>> m(p, std::vector<long double>(p + 1, 0));
-  const auto x = [](const std::vector<double>& row, std::size_t j) { return j == 0 ? 1.0L : row[j] / kSize; };
+  const auto x = [](const std::vector<double>& row, std::size_t j) { return j == 0 ? 1.0L : wide(row[j] / kSize); };
   for (const auto& row : rows)
     for (std::size_t i = 0; i < p; ++i) {
       for (std::size_t j = 0; j < p; ++j) m[i][j] += x(row, i) * x(row, j);
-      m[i][p] += x(row, i) * row[0];
+      m[i][p] += x(row, i) * wide(row[0]);
     }
   for (std::size_t i = 0; i < p; ++i)
     for (std::size_t k = 0; k < p; ++k) {
@@ -103,12 +105,12 @@ Reference referenceOf(const Rows& rows) {
   for (std::size_t i = 0; i < p; ++i) b.push_back(m[i][p] / m[i][i]);
   long double sum = 0;
   for (const auto& row : rows) {
-    long double rest = row[0];
+    long double rest = wide(row[0]);
     for (std::size_t i = 0; i < p; ++i) rest -= b[i] * x(row, i);
     sum += rest * rest;
   }
   for (std::size_t i = 0; i < p; ++i)
-    reference.coefficients.push_back(static_cast<double>(i == 0 ? b[i] : b[i] / kSize));
+    reference.coefficients.push_back(static_cast<double>(i == 0 ? b[i] : b[i] / wide(kSize)));
   reference.residual = static_cast<double>(sum);
   return reference;
 }
@@ -180,15 +182,15 @@ TEST(LeastSquares, copies_of_a_column_end_no_update_and_lose_no_information) {
   Rows rows = randomRows(100, 4);
   for (auto& row : rows) row = {row[0], row[1], row[1], row[2]};  // the copy comes before b
   const auto x = [&](std::size_t row, long j) {
-    return j == 0 ? 1.0L : rows[row][static_cast<std::size_t>(j)] / kSize;
+    return j == 0 ? 1.0L : wide(rows[row][static_cast<std::size_t>(j)] / kSize);
   };
   for (const long chunkRows : {1, 10, 100}) {
     SCOPED_TRACE(chunkRows);
     zrb::LeastSquares fit;
     feed(fit, rows, chunkRows);
-    const auto r = [&](long i, long j) { return j == 0 ? fit.factor(i, j) : fit.factor(i, j) / kSize; };
-    long double responses = 0, transformed = fit.residualSumOfSquares();
-    for (const auto& row : rows) responses += row[0] * row[0];
+    const auto r = [&](long i, long j) { return wide(j == 0 ? fit.factor(i, j) : fit.factor(i, j) / kSize); };
+    long double responses = 0, transformed = wide(fit.residualSumOfSquares());
+    for (const auto& row : rows) responses += wide(row[0]) * wide(row[0]);
     for (long i = 0; i < 4; ++i) {
       EXPECT_GT(i == 0 ? 1 : std::fabs(fit.factor(i, i)), 1e-10) << i;
       for (long j = 0; j < 4; ++j) {
@@ -198,10 +200,10 @@ TEST(LeastSquares, copies_of_a_column_end_no_update_and_lose_no_information) {
         EXPECT_NEAR(static_cast<double>(found - expected), 0, 100 * kRounding) << i << ' ' << j;  // 100 rows of size 1
       }
       long double expected = 0, found = 0;
-      for (std::size_t row = 0; row < rows.size(); ++row) expected += x(row, i) * rows[row][0];
-      for (long k = 0; k < 4; ++k) found += r(k, i) * fit.transformedResponse(k);
+      for (std::size_t row = 0; row < rows.size(); ++row) expected += x(row, i) * wide(rows[row][0]);
+      for (long k = 0; k < 4; ++k) found += r(k, i) * wide(fit.transformedResponse(k));
       EXPECT_NEAR(static_cast<double>(found - expected), 0, 100 * kRounding) << i;
-      transformed += fit.transformedResponse(i) * fit.transformedResponse(i);
+      transformed += wide(fit.transformedResponse(i)) * wide(fit.transformedResponse(i));
     }
     EXPECT_NEAR(static_cast<double>(transformed / responses), 1, kRounding);
   }

@@ -174,9 +174,9 @@ private:
 
   Coefficient coefficient(std::size_t i, double deviation, bool isPerfect) const {
     const std::vector<double> weights = this->weights(i);
-    long double sum = i == 0 ? m_response.shift() : 0.0;
+    long double sum = static_cast<long double>(i == 0 ? m_response.shift() : 0.0);
     for (std::size_t j = 0; j < weights.size(); ++j)
-      sum += static_cast<long double>(weights[j]) * m_solution.coefficients()[j];
+      sum += static_cast<long double>(weights[j]) * static_cast<long double>(m_solution.coefficients()[j]);
     Coefficient result{m_columns[i].name, static_cast<double>(sum), kNaN, kNaN, kNaN, kNaN, kNaN};
     if (isPerfect) return result;
     const double free = static_cast<double>(m_free);
