@@ -6,10 +6,24 @@
 #include "base/conversions.h"
 #include "buf/buf_access.h"
 #include "buf/cell_codec.h"
+#include "buf/ring_runs.h"
 
 namespace {
 
 constexpr long kNone = -1;
+
+// store(cell, values[i]) for `count` cells of a column from `ringRow` on.
+template <class Store>
+void writeCells(ZRBBuf& buf, long ringRow, long column, long count, const double* values, Store store) {
+  const BufAccess access(buf);
+  const BufAccess::Column found = access.column(column);
+  forEachRun(ringRow, count, access.capacity(), [&](long firstRow, long rows) {
+    char* cell = access.at(firstRow, found);
+    const double* value = values;
+    for (long i = 0; i < rows; ++i, cell += access.rowBytes()) store(cell, *value++);
+    values = value;
+  });
+}
 
 }  // namespace
 
@@ -75,17 +89,29 @@ void ZRBBufWriter::setDouble(long row, long column, double value) {
 }
 
 void ZRBBufWriter::setDoubleArray(long row, long column, long count, double* values) {
+  // What a host derives converts cell by cell.
+  const auto together = [&] { return m_buf->getNumRows() >= 1 && isOwnEnd(*this); };
   switch (m_buf->getColumnType(column)) {
     case ZRBBuf::column_double:
       m_buf->setRawDoubleArray(getBufferRowNum(row), column, count, values);
       break;
     case ZRBBuf::column_factor:
+      if (together())
+        return writeCells(*m_buf, getBufferRowNum(row), column, count, values, [](char* cell, double value) {
+          cell::storeLevelNum(cell, conversions::doubleToLevelNum(value));
+        });
       for (long i = 0; i < count; ++i) setLevelNum(row + i, column, convertDoubleToLevelNum(values[i]));
       break;
     case ZRBBuf::column_string:
       for (long i = 0; i < count; ++i) setString(row + i, column, m_buf->convertDoubleToString(values[i]));
       break;
     case ZRBBuf::column_timeDate:
+      if (together()) {
+        const long long epochMs = getDoubleDateEpoch();
+        return writeCells(*m_buf, getBufferRowNum(row), column, count, values, [epochMs](char* cell, double value) {
+          cell::store(cell, conversions::doubleToTimeDate(value, epochMs));
+        });
+      }
       for (long i = 0; i < count; ++i) setTimeDate(row + i, column, convertDoubleToTimeDate(values[i]));
       break;
     default:

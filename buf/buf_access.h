@@ -35,10 +35,18 @@ public:
 
   explicit BufAccess(ZRBBuf& buf) : m_buf(buf) {}
 
+  // Null for a column that does not exist.
+  ZRBBuf::ColumnInfo* columnInfo(long index) const {
+    if (static_cast<std::size_t>(index) >= m_buf.m_columns.size()) return nullptr;
+    return m_buf.m_columns[static_cast<std::size_t>(index)].get();
+  }
+
+  static LevelIndex& levelIndex(ZRBBuf::ColumnInfo& info) { return *info.m_level_index; }
+
   Column column(long index) const {
-    if (static_cast<std::size_t>(index) >= m_buf.m_columns.size()) return {ZRBBuf::column_double, 0, 0};
-    const ZRBBuf::ColumnInfo& info = *m_buf.m_columns[static_cast<std::size_t>(index)];
-    return {info.m_type, info.m_offset_bytes, info.m_string_bytes};
+    const ZRBBuf::ColumnInfo* info = columnInfo(index);
+    if (!info) return {ZRBBuf::column_double, 0, 0};
+    return {info->m_type, info->m_offset_bytes, info->m_string_bytes};
   }
 
   char* rowAt(long ringRow) const { return m_buf.m_data.get() + ringRow * m_buf.m_bytes_per_row; }
