@@ -25,6 +25,26 @@ void writeCells(ZRBBuf& buf, long ringRow, long column, long count, const double
   });
 }
 
+// A double for a cell of another type.  Apart from setDouble, which so calls nothing for a double cell and saves no
+// registers.
+[[gnu::noinline]] void setConvertedDouble(ZRBBufWriter& writer, BufAccess::Cell cell, long row, long column,
+                                          double value) {
+  ZRBBuf& buf = *writer.getBuf();
+  switch (cell.type) {
+    case ZRBBuf::column_double:
+      break;  // not here
+    case ZRBBuf::column_factor:
+      return cell::storeLevelNum(cell.bytes, conversions::doubleToLevelNum(value));
+    case ZRBBuf::column_string:
+      return buf.setRawString(writer.getBufferRowNum(row), column, buf.convertDoubleToString(value));
+    case ZRBBuf::column_timeDate:
+      return cell::store(cell.bytes, ZRBObj::convertDoubleToTimeDate(value));
+    // Deliberate: setBlobNA maps this ring row once more.  Pinned by "setDouble on a blob column maps the row twice".
+    case ZRBBuf::column_blob:
+      return writer.setBlobNA(writer.getBufferRowNum(row), column);
+  }
+}
+
 }  // namespace
 
 ZRBBufWriter::ZRBBufWriter(ZRBBuf* buf, ZRBProc* proc)
@@ -73,19 +93,9 @@ long long ZRBBufWriter::getChunkPosition() { return m_buf->getInputRowsReleased(
 
 void ZRBBufWriter::setDouble(long row, long column, double value) {
   const BufAccess::Cell cell = BufAccess(*m_buf).writerCell(row, column);
-  switch (cell.type) {
-    case ZRBBuf::column_double:
-      return cell::store(cell.bytes, value);
-    case ZRBBuf::column_factor:
-      return cell::storeLevelNum(cell.bytes, conversions::doubleToLevelNum(value));
-    case ZRBBuf::column_string:
-      return m_buf->setRawString(getBufferRowNum(row), column, m_buf->convertDoubleToString(value));
-    case ZRBBuf::column_timeDate:
-      return cell::store(cell.bytes, convertDoubleToTimeDate(value));
-    // Deliberate: setBlobNA maps this ring row once more.  Pinned by "setDouble on a blob column maps the row twice".
-    case ZRBBuf::column_blob:
-      return setBlobNA(getBufferRowNum(row), column);
-  }
+  if (cell.type == ZRBBuf::column_double) [[likely]]
+    return cell::store(cell.bytes, value);
+  setConvertedDouble(*this, cell, row, column, value);
 }
 
 void ZRBBufWriter::setDoubleArray(long row, long column, long count, double* values) {
@@ -121,11 +131,11 @@ void ZRBBufWriter::setDoubleArray(long row, long column, long count, double* val
 
 void ZRBBufWriter::setLevelNum(long row, long column, long level) {
   const BufAccess::Cell cell = BufAccess(*m_buf).writerCell(row, column);
+  if (cell.type == ZRBBuf::column_factor) [[likely]]
+    return cell::storeLevelNum(cell.bytes, level);
   switch (cell.type) {
     case ZRBBuf::column_double:
       return cell::store(cell.bytes, conversions::levelNumToDouble(level));
-    case ZRBBuf::column_factor:
-      return cell::storeLevelNum(cell.bytes, level);
     case ZRBBuf::column_string:
       return m_buf->setRawString(getBufferRowNum(row), column, convertLevelNumToString(level));
     case ZRBBuf::column_timeDate:

@@ -44,9 +44,9 @@ public:
   static LevelIndex& levelIndex(ZRBBuf::ColumnInfo& info) { return *info.m_level_index; }
 
   Column column(long index) const {
-    const ZRBBuf::ColumnInfo* info = columnInfo(index);
-    if (!info) return {ZRBBuf::column_double, 0, 0};
-    return {info->m_type, info->m_offset_bytes, info->m_string_bytes};
+    if (static_cast<std::size_t>(index) >= m_buf.m_columns.size()) return {ZRBBuf::column_double, 0, 0};
+    const ZRBBuf::ColumnInfo& info = *m_buf.m_columns[static_cast<std::size_t>(index)];
+    return {info.m_type, info.m_offset_bytes, info.m_string_bytes};
   }
 
   char* rowAt(long ringRow) const { return m_buf.m_data.get() + ringRow * m_buf.m_bytes_per_row; }
