@@ -8,11 +8,25 @@
 #include "base/conversions.h"
 #include "buf/buf_access.h"
 #include "buf/cell_codec.h"
+#include "buf/ring_runs.h"
 
 namespace {
 
 constexpr long long kReleasedAll = -1;
 constexpr long long kNoBlob = -1;
+
+// values[i] = convert(cell) for `count` cells of a column from `ringRow` on.
+template <class Convert>
+void readCells(ZRBBuf& buf, long ringRow, long column, long count, double* values, Convert convert) {
+  const BufAccess access(buf);
+  const BufAccess::Column found = access.column(column);
+  forEachRun(ringRow, count, access.capacity(), [&](long firstRow, long rows) {
+    const char* cell = access.at(firstRow, found);
+    double* value = values;
+    for (long i = 0; i < rows; ++i, cell += access.rowBytes()) *value++ = convert(cell);
+    values = value;
+  });
+}
 
 }  // namespace
 
@@ -107,16 +121,29 @@ double ZRBBufReader::getDouble(long row, long column) {
 }
 
 void ZRBBufReader::getDoubleArray(long row, long column, long count, double* values) {
+  // What a host derives converts cell by cell; so does a reader that has released everything, from ring row 0 alone.
+  const auto together = [&] { return m_chunk_position >= 0 && m_buf->getNumRows() >= 1 && isOwnEnd(*this); };
   switch (m_buf->getColumnType(column)) {
     case ZRBBuf::column_double:
       m_buf->getRawDoubleArray(getBufferRowNum(row), column, count, values);
       break;
     case ZRBBuf::column_factor:
+      if (together())
+        return readCells(*m_buf, getBufferRowNum(row), column, count, values,
+                         [](const char* cell) { return conversions::levelNumToDouble(cell::loadLevelNum(cell)); });
       for (long i = 0; i < count; ++i) values[i] = convertLevelNumToDouble(getLevelNum(row + i, column));
       break;
     case ZRBBuf::column_string:
       for (long i = 0; i < count; ++i) values[i] = m_buf->convertStringToDouble(getString(row + i, column));
       break;
+    case ZRBBuf::column_timeDate:
+      if (together()) {
+        const long long epochMs = getDoubleDateEpoch();
+        return readCells(*m_buf, getBufferRowNum(row), column, count, values, [epochMs](const char* cell) {
+          return conversions::timeDateToDouble(cell::load<long long>(cell), epochMs);
+        });
+      }
+      [[fallthrough]];
     default:
       for (long i = 0; i < count; ++i) values[i] = getDouble(row + i, column);
   }

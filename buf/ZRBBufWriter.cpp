@@ -6,10 +6,44 @@
 #include "base/conversions.h"
 #include "buf/buf_access.h"
 #include "buf/cell_codec.h"
+#include "buf/ring_runs.h"
 
 namespace {
 
 constexpr long kNone = -1;
+
+// store(cell, values[i]) for `count` cells of a column from `ringRow` on.
+template <class Store>
+void writeCells(ZRBBuf& buf, long ringRow, long column, long count, const double* values, Store store) {
+  const BufAccess access(buf);
+  const BufAccess::Column found = access.column(column);
+  forEachRun(ringRow, count, access.capacity(), [&](long firstRow, long rows) {
+    char* cell = access.at(firstRow, found);
+    const double* value = values;
+    for (long i = 0; i < rows; ++i, cell += access.rowBytes()) store(cell, *value++);
+    values = value;
+  });
+}
+
+// A double for a cell of another type.  Apart from setDouble, which so calls nothing for a double cell and saves no
+// registers.
+[[gnu::noinline]] void setConvertedDouble(ZRBBufWriter& writer, BufAccess::Cell cell, long row, long column,
+                                          double value) {
+  ZRBBuf& buf = *writer.getBuf();
+  switch (cell.type) {
+    case ZRBBuf::column_double:
+      break;  // not here
+    case ZRBBuf::column_factor:
+      return cell::storeLevelNum(cell.bytes, conversions::doubleToLevelNum(value));
+    case ZRBBuf::column_string:
+      return buf.setRawString(writer.getBufferRowNum(row), column, buf.convertDoubleToString(value));
+    case ZRBBuf::column_timeDate:
+      return cell::store(cell.bytes, ZRBObj::convertDoubleToTimeDate(value));
+    // Deliberate: setBlobNA maps this ring row once more.  Pinned by "setDouble on a blob column maps the row twice".
+    case ZRBBuf::column_blob:
+      return writer.setBlobNA(writer.getBufferRowNum(row), column);
+  }
+}
 
 }  // namespace
 
@@ -60,33 +94,35 @@ long long ZRBBufWriter::getChunkPosition() { return m_buf->getInputRowsReleased(
 
 void ZRBBufWriter::setDouble(long row, long column, double value) {
   const BufAccess::Cell cell = BufAccess(*m_buf).writerCell(row, column);
-  switch (cell.type) {
-    case ZRBBuf::column_double:
-      return cell::store(cell.bytes, value);
-    case ZRBBuf::column_factor:
-      return cell::storeLevelNum(cell.bytes, conversions::doubleToLevelNum(value));
-    case ZRBBuf::column_string:
-      return m_buf->setRawString(getBufferRowNum(row), column, m_buf->convertDoubleToString(value));
-    case ZRBBuf::column_timeDate:
-      return cell::store(cell.bytes, convertDoubleToTimeDate(value));
-    // Deliberate: setBlobNA maps this ring row once more.  Pinned by "setDouble on a blob column maps the row twice".
-    case ZRBBuf::column_blob:
-      return setBlobNA(getBufferRowNum(row), column);
-  }
+  if (cell.type == ZRBBuf::column_double) [[likely]]
+    return cell::store(cell.bytes, value);
+  setConvertedDouble(*this, cell, row, column, value);
 }
 
 void ZRBBufWriter::setDoubleArray(long row, long column, long count, double* values) {
+  // What a host derives converts cell by cell.
+  const auto together = [&] { return m_buf->getNumRows() >= 1 && isOwnEnd(*this); };
   switch (m_buf->getColumnType(column)) {
     case ZRBBuf::column_double:
       m_buf->setRawDoubleArray(getBufferRowNum(row), column, count, values);
       break;
     case ZRBBuf::column_factor:
+      if (together())
+        return writeCells(*m_buf, getBufferRowNum(row), column, count, values, [](char* cell, double value) {
+          cell::storeLevelNum(cell, conversions::doubleToLevelNum(value));
+        });
       for (long i = 0; i < count; ++i) setLevelNum(row + i, column, convertDoubleToLevelNum(values[i]));
       break;
     case ZRBBuf::column_string:
       for (long i = 0; i < count; ++i) setString(row + i, column, m_buf->convertDoubleToString(values[i]));
       break;
     case ZRBBuf::column_timeDate:
+      if (together()) {
+        const long long epochMs = getDoubleDateEpoch();
+        return writeCells(*m_buf, getBufferRowNum(row), column, count, values, [epochMs](char* cell, double value) {
+          cell::store(cell, conversions::doubleToTimeDate(value, epochMs));
+        });
+      }
       for (long i = 0; i < count; ++i) setTimeDate(row + i, column, convertDoubleToTimeDate(values[i]));
       break;
     default:
@@ -96,11 +132,11 @@ void ZRBBufWriter::setDoubleArray(long row, long column, long count, double* val
 
 void ZRBBufWriter::setLevelNum(long row, long column, long level) {
   const BufAccess::Cell cell = BufAccess(*m_buf).writerCell(row, column);
+  if (cell.type == ZRBBuf::column_factor) [[likely]]
+    return cell::storeLevelNum(cell.bytes, level);
   switch (cell.type) {
     case ZRBBuf::column_double:
       return cell::store(cell.bytes, conversions::levelNumToDouble(level));
-    case ZRBBuf::column_factor:
-      return cell::storeLevelNum(cell.bytes, level);
     case ZRBBuf::column_string:
       return m_buf->setRawString(getBufferRowNum(row), column, convertLevelNumToString(level));
     case ZRBBuf::column_timeDate:

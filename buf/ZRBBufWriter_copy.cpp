@@ -1,12 +1,37 @@
 // How do rectangles of cells, and blobs, come over from another buffer?
+#include <algorithm>
+
 #include "ZRBBuf.h"
 #include "ZRBBufReader.h"
 #include "ZRBBufWriter.h"
+#include "buf/buf_access.h"
+#include "buf/column_copy.h"
 
 namespace {
 
 constexpr long BLOCK_COPY_MIN_ROWS = 11;  // shorter runs go cell by cell
 constexpr long COPY_CHUNK_BYTES = 20000;
+
+// Copies a column of `rows` rows as a block, and of numbers also those that follow it, at most `columns`.  Returns how many
+// columns are done; 0: this one goes cell by cell.
+long copyBlock(const CopyEnd& source, const CopyEnd& target, long columns, long rows) {
+  const ZRBBuf::column_type type = BufAccess(*source.buf).column(source.column).type;
+  if (BufAccess(*target.buf).column(target.column).type != type) return 0;
+  switch (type) {
+    case ZRBBuf::column_double:
+    case ZRBBuf::column_timeDate:
+      return std::max(copyNumbers(source, target, type, columns, rows),
+                      1L);  // a column that does not exist is done too
+    case ZRBBuf::column_factor:
+      copyLevels(source, target, rows);
+      return 1;
+    case ZRBBuf::column_string:
+      copyTexts(source, target, rows);
+      return 1;
+    default:
+      return 0;
+  }
+}
 
 }  // namespace
 
@@ -14,40 +39,44 @@ void ZRBBufWriter::copyBufData(ZRBBufReader* reader, long sourceRow, long source
                                long targetColumn, long numRows, long numColumns) {
   if (!reader) return;
   ZRBBuf* source = reader->getBuf();
+  CopyEnd blockSource{source, 0, 0};
+  CopyEnd blockTarget{m_buf, 0, 0};
+  bool placed = false;  // whether the blocks' ring rows are known
   for (long i = 0; i < numColumns; ++i) {
     const long from = sourceColumn + i;
     const long to = targetColumn + i;
-    const bool block = numRows >= BLOCK_COPY_MIN_ROWS;
+    if (numRows >= BLOCK_COPY_MIN_ROWS) {
+      if (!placed) {
+        blockSource.ringRow = reader->getBufferRowNum(sourceRow);
+        blockTarget.ringRow = getBufferRowNum(targetRow);
+        placed = true;
+      }
+      blockSource.column = from;
+      blockTarget.column = to;
+      if (const long copied = copyBlock(blockSource, blockTarget, numColumns - i, numRows); copied > 0) {
+        i += copied - 1;
+        continue;
+      }
+      placed = false;  // an end of a host's may move while cells go one by one
+    }
     // For each row of the rectangle: copyCell(sourceRow, targetRow).
     const auto cellByCell = [&](auto copyCell) {
       for (long j = 0; j < numRows; ++j) copyCell(sourceRow + j, targetRow + j);
     };
     switch (source->getColumnType(from)) {
       case ZRBBuf::column_double:
-        if (block && m_buf->columnTypeIsDouble(to))
-          m_buf->copyDoubleColumn(this, targetRow, to, reader, sourceRow, from, numRows);
-        else
-          cellByCell([&](long row, long target) { setConvertDouble(target, to, reader->getDouble(row, from)); });
+        cellByCell([&](long row, long target) { setConvertDouble(target, to, reader->getDouble(row, from)); });
         break;
       case ZRBBuf::column_factor:
-        if (block && m_buf->columnTypeIsFactor(to))
-          m_buf->copyFactorColumn(this, targetRow, to, reader, sourceRow, from, numRows);
-        else
-          cellByCell([&](long row, long target) {
-            setConvertString(target, to, source->mapLevelNumToString(from, reader->getLevelNum(row, from)));
-          });
+        cellByCell([&](long row, long target) {
+          setConvertString(target, to, source->mapLevelNumToString(from, reader->getLevelNum(row, from)));
+        });
         break;
       case ZRBBuf::column_string:
-        if (block && m_buf->columnTypeIsString(to))
-          m_buf->copyStringColumn(this, targetRow, to, reader, sourceRow, from, numRows);
-        else
-          cellByCell([&](long row, long target) { setConvertString(target, to, reader->getString(row, from)); });
+        cellByCell([&](long row, long target) { setConvertString(target, to, reader->getString(row, from)); });
         break;
       case ZRBBuf::column_timeDate:
-        if (block && m_buf->columnTypeIsTimeDate(to))
-          m_buf->copyTimeDateColumn(this, targetRow, to, reader, sourceRow, from, numRows);
-        else
-          cellByCell([&](long row, long target) { setTimeDate(target, to, reader->getTimeDate(row, from)); });
+        cellByCell([&](long row, long target) { setTimeDate(target, to, reader->getTimeDate(row, from)); });
         break;
       case ZRBBuf::column_blob:
         if (m_buf->columnTypeIsBlob(to)) {

@@ -5,6 +5,7 @@
 
 #include "ZRBBuf.h"
 #include "base/format_message.h"
+#include "buf/buf_access.h"
 #include "buf/level_index.h"
 
 void ZRBBuf::setNumLevels(long column, long levels) {
@@ -47,8 +48,10 @@ long ZRBBuf::addLevel(long column, const char* name) {
 
 long ZRBBuf::lookupLevel(long column, const char* name) {
   ColumnInfo* info = getColumnInfo(column);
-  if (!info || isStringNA(name) || *name == '\0') return -1;
-  return info->m_level_index->find(info->m_level_names, name);
+  if (!info || !name) return -1;
+  const LevelKey key(name);
+  if (key.isEmpty() || key.isNA()) return -1;
+  return info->m_level_index->find(info->m_level_names, name, key);
 }
 
 void ZRBBuf::setMaxAutoLevels(long column, long levels) {
@@ -102,10 +105,17 @@ int ZRBBuf::anyOverflowCounts() {
 }
 
 long ZRBBuf::mapStringToLevelNum(long column, const char* text) {
-  ColumnInfo* info = getColumnInfo(column);
-  if (!info || isStringNA(text) || *text == '\0') return getLevelNumNA();
-  if (const long level = lookupLevel(column, text); level >= 0) return level;
+  ColumnInfo* info = BufAccess(*this).columnInfo(column);
+  if (!info || !text) return getLevelNumNA();
+  const LevelKey key(text);
+  if (key.isEmpty() || key.isNA()) return getLevelNumNA();
+  const long level = info->m_level_index->find(info->m_level_names, text, key);
+  return level >= 0 ? level : levelOfNewText(column, text);
+}
 
+// The level of a text that none is named after.
+long ZRBBuf::levelOfNewText(long column, const char* text) {
+  ColumnInfo* info = getColumnInfo(column);
   const long max = info->m_max_auto_levels < 0 ? m_default_max_auto_levels : info->m_max_auto_levels;
   const char* overflow = info->m_overflow_level.get();
   // The last automatic slot is kept for the overflow level.

@@ -6,9 +6,11 @@
 #include "ZRBBufWriter.h"
 #include "base/format_message.h"
 #include "buf/cell_codec.h"
+#include "buf/column_copy.h"
 #include "buf/number_reversal.h"
 #include "buf/ring_runs.h"
 #include "buf/saturating.h"
+#include "buf/string_cell.h"
 
 namespace {
 
@@ -30,17 +32,6 @@ void countTruncation(ZRBBuf& buf, long column, long neededBytes) {
   buf.addError(formatMessage("string truncated in column %s", name ? name : "??").c_str());
 }
 
-// Stores a text in a cell, cut to the cell's width less the terminator.
-void storeStringCell(const char* text, char* cell, long width, ZRBBuf& buf, long column) {
-  if (width < 1) return;  // there is no such column
-  const std::size_t cellBytes = static_cast<std::size_t>(width);
-  const std::size_t textBytes = strnlen(text, cellBytes);
-  if (textBytes < cellBytes) return cell::storeText(cell, width, text, textBytes);
-  const long neededBytes = static_cast<long>(std::strlen(text)) + 1;  // before the store: the text may lie in the cell
-  cell::storeText(cell, width, text, cellBytes - 1);
-  countTruncation(buf, column, neededBytes);
-}
-
 // Calls apply(cell) for `count` cells of a column from `ringRow` on.
 template <class Apply>
 void forEachCell(ZRBBuf& buf, long ringRow, long column, long count, Apply apply) {
@@ -52,34 +43,6 @@ void forEachCell(ZRBBuf& buf, long ringRow, long column, long count, Apply apply
   });
 }
 
-// One side of a column copy: the ring row where it starts, and its column.
-struct CopyEnd {
-  ZRBBuf* buf;
-  long ringRow;
-  long column;
-};
-
-// Calls apply(sourceCell, targetCell) for `count` cells, each side wrapping in its own ring; nothing unless both columns
-// have the type.
-template <class Apply>
-void forEachCellPair(CopyEnd source, CopyEnd target, ZRBBuf::column_type type, long count, Apply apply) {
-  const auto usable = [type](const CopyEnd& end) {
-    return end.buf->getNumRows() >= 1 && end.buf->getColumnInfo(end.column) &&
-           end.buf->getColumnType(end.column) == type;
-  };
-  if (count < 1 || !usable(source) || !usable(target)) return;
-  const long sourceRowBytes = source.buf->getBytesPerRow();
-  const long targetRowBytes = target.buf->getBytesPerRow();
-  forEachRun(source.ringRow, source.buf->getNumRows(), target.ringRow, target.buf->getNumRows(), count,
-             [&](long sourceRow, long targetRow, long rows) {
-               const char* from = source.buf->getDataPtr(sourceRow, source.column, 0);
-               char* to = target.buf->getDataPtr(targetRow, target.column, 0);
-               for (long i = 0; i < rows; ++i, from += sourceRowBytes, to += targetRowBytes) apply(from, to);
-             });
-}
-
-void copyEightBytes(const char* from, char* to) { std::memcpy(to, from, 8); }
-
 CopyEnd copySource(ZRBBufReader* reader, long row, long column) {
   return {reader->getBuf(), reader->getBufferRowNum(row), column};
 }
@@ -88,6 +51,15 @@ CopyEnd copyTarget(ZRBBuf* buf, ZRBBufWriter* writer, long row, long column) {
 }
 
 }  // namespace
+
+void storeStringCell(const char* text, char* cell, long width, ZRBBuf& buf, long column) {
+  const std::size_t cellBytes = static_cast<std::size_t>(width);
+  const std::size_t textBytes = strnlen(text, cellBytes);
+  if (textBytes < cellBytes) return cell::storeText(cell, width, text, textBytes);
+  const long neededBytes = static_cast<long>(std::strlen(text)) + 1;  // before the store: the text may lie in the cell
+  cell::storeText(cell, width, text, cellBytes - 1);
+  countTruncation(buf, column, neededBytes);
+}
 
 void ZRBBuf::initData() {
   initOverflowCounts();
@@ -191,35 +163,24 @@ void ZRBBuf::setRawDoubleArray(long ringRow, long column, long count, double* va
 
 void ZRBBuf::copyDoubleColumn(ZRBBufWriter* writer, long writerRow, long writerColumn, ZRBBufReader* reader,
                               long readerRow, long readerColumn, long count) {
-  forEachCellPair(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn),
-                  column_double, count, copyEightBytes);
+  copyNumbers(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn),
+              column_double, 1, count);
 }
 
 void ZRBBuf::copyTimeDateColumn(ZRBBufWriter* writer, long writerRow, long writerColumn, ZRBBufReader* reader,
                                 long readerRow, long readerColumn, long count) {
-  forEachCellPair(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn),
-                  column_timeDate, count, copyEightBytes);
+  copyNumbers(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn),
+              column_timeDate, 1, count);
 }
 
 void ZRBBuf::copyStringColumn(ZRBBufWriter* writer, long writerRow, long writerColumn, ZRBBufReader* reader,
                               long readerRow, long readerColumn, long count) {
-  const long width = getColumnWidthBytes(writerColumn);
-  forEachCellPair(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn),
-                  column_string, count,
-                  [&](const char* from, char* to) { storeStringCell(from, to, width, *this, writerColumn); });
+  copyTexts(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn), count);
 }
 
 void ZRBBuf::copyFactorColumn(ZRBBufWriter* writer, long writerRow, long writerColumn, ZRBBufReader* reader,
                               long readerRow, long readerColumn, long count) {
-  ZRBBuf* source = reader->getBuf();
-  forEachCellPair(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn),
-                  column_factor, count, [&](const char* from, char* to) {
-                    const long level = cell::loadLevelNum(from);
-                    const bool missing = isLevelNumNA(level);
-                    cell::storeLevelNum(
-                        to,
-                        missing ? level : mapStringToLevelNum(writerColumn, source->getLevelName(readerColumn, level)));
-                  });
+  copyLevels(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn), count);
 }
 
 void ZRBBuf::byteSwapBufNumbers(long long chunkPosition, long count) {

@@ -35,6 +35,14 @@ public:
 
   explicit BufAccess(ZRBBuf& buf) : m_buf(buf) {}
 
+  // Null for a column that does not exist.
+  ZRBBuf::ColumnInfo* columnInfo(long index) const {
+    if (static_cast<std::size_t>(index) >= m_buf.m_columns.size()) return nullptr;
+    return m_buf.m_columns[static_cast<std::size_t>(index)].get();
+  }
+
+  static LevelIndex& levelIndex(ZRBBuf::ColumnInfo& info) { return *info.m_level_index; }
+
   Column column(long index) const {
     if (static_cast<std::size_t>(index) >= m_buf.m_columns.size()) return {ZRBBuf::column_double, 0, 0};
     const ZRBBuf::ColumnInfo& info = *m_buf.m_columns[static_cast<std::size_t>(index)];

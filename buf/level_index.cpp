@@ -1,13 +1,19 @@
 // How does the index of a level dictionary follow its changes?
 #include "buf/level_index.h"
 
+std::uint64_t LevelIndex::nextStamp() {
+  static std::uint64_t latest = 0;
+  return ++latest;
+}
+
 void LevelIndex::insert(const Names& names, long level) {
   const char* name = names[static_cast<std::size_t>(level)].get();
-  const std::uint32_t hash = hashOf(name);
-  if (const std::size_t slot = findSlot(names, name, hash); slot != kNowhere) {
+  const LevelKey key(name);
+  if (const std::size_t slot = findSlot(names, name, key); slot != kNowhere) {
     std::int32_t& lowest = m_slots[slot].level;
     long further = level;
     if (level < lowest) {
+      m_stamp = nextStamp();
       further = lowest;
       lowest = static_cast<std::int32_t>(level);
     }
@@ -15,13 +21,14 @@ void LevelIndex::insert(const Names& names, long level) {
     return;
   }
   if (2 * (m_used + 1) > m_slots.size()) grow();
-  place({hash, static_cast<std::int32_t>(level)});
+  place({key, hashOf(key), static_cast<std::int32_t>(level)});
   ++m_used;
 }
 
 void LevelIndex::erase(const Names& names, long level) {
+  m_stamp = nextStamp();
   const char* name = names[static_cast<std::size_t>(level)].get();
-  const std::size_t slot = findSlot(names, name, hashOf(name));
+  const std::size_t slot = findSlot(names, name, LevelKey(name));
   const auto duplicates = m_duplicates.find(name);
   if (duplicates == m_duplicates.end()) return removeSlot(slot);
   std::set<long>& further = duplicates->second;
@@ -35,14 +42,14 @@ void LevelIndex::erase(const Names& names, long level) {
 }
 
 void LevelIndex::grow() {
-  std::vector<Slot> old(m_slots.empty() ? 16 : 2 * m_slots.size(), Slot{0, -1});
+  std::vector<Slot> old(m_slots.empty() ? 16 : 2 * m_slots.size(), Slot{LevelKey(""), 0, -1});
   old.swap(m_slots);
   m_mask = m_slots.size() - 1;
   for (const Slot& entry : old)
     if (entry.level >= 0) place(entry);
 }
 
-void LevelIndex::place(Slot entry) {
+void LevelIndex::place(const Slot& entry) {
   std::size_t slot = entry.hash & m_mask;
   while (m_slots[slot].level >= 0) slot = (slot + 1) & m_mask;
   m_slots[slot] = entry;

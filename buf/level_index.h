@@ -14,15 +14,19 @@
 #include <unordered_map>
 #include <vector>
 
+#include "buf/level_key.h"
+#include "buf/level_translation.h"
+
 class LevelIndex {
 public:
   using Names = std::vector<std::unique_ptr<char[]>>;
 
-  // The lowest level named `text`; -1 when there is none.
-  long find(const Names& names, const char* text) const {
-    const std::size_t slot = findSlot(names, text, hashOf(text));
+  // The lowest level named `text`, whose key is `key`; -1 when there is none.
+  long find(const Names& names, const char* text, const LevelKey& key) const {
+    const std::size_t slot = findSlot(names, text, key);
     return slot == kNowhere ? -1 : m_slots[slot].level;
   }
+  long find(const Names& names, const char* text) const { return find(names, text, LevelKey(text)); }
 
   // names[level] has just been stored.
   void insert(const Names& names, long level);
@@ -30,63 +34,42 @@ public:
   // names[level] is about to go.
   void erase(const Names& names, long level);
 
+  // Differs from that of every other dictionary, and changes whenever a text is no longer found, or found as another
+  // level.
+  std::uint64_t stamp() const { return m_stamp; }
+
+  // Of the levels of another dictionary into those of this one.
+  LevelTranslation& translation() { return m_translation; }
+
 private:
-  struct Slot {
+  struct alignas(32) Slot {
+    LevelKey key;
     std::uint32_t hash;
     std::int32_t level;  // -1: the slot is empty
   };
   static constexpr std::size_t kNowhere = ~std::size_t{0};
 
-  static std::uint32_t hashOf(const char* text);
+  static std::uint32_t hashOf(const LevelKey& key) { return static_cast<std::uint32_t>(key.hash()); }
 
-  std::size_t findSlot(const Names& names, const char* text, std::uint32_t hash) const {
+  std::size_t findSlot(const Names& names, const char* text, const LevelKey& key) const {
     if (m_slots.empty()) return kNowhere;
-    for (std::size_t slot = hash & m_mask;; slot = (slot + 1) & m_mask) {
+    for (std::size_t slot = hashOf(key) & m_mask;; slot = (slot + 1) & m_mask) {
       const Slot& candidate = m_slots[slot];
       if (candidate.level < 0) return kNowhere;
-      if (candidate.hash == hash && std::strcmp(names[static_cast<std::size_t>(candidate.level)].get(), text) == 0)
+      if (candidate.key == key &&
+          (key.isText() || std::strcmp(names[static_cast<std::size_t>(candidate.level)].get(), text) == 0))
         return slot;
     }
   }
+  static std::uint64_t nextStamp();
   void grow();
-  void place(Slot entry);
+  void place(const Slot& entry);
   void removeSlot(std::size_t slot);
 
   std::vector<Slot> m_slots;  // a power of two, at most half full
   std::size_t m_mask = 0;
   std::size_t m_used = 0;
   std::unordered_map<std::string, std::set<long>> m_duplicates;
+  std::uint64_t m_stamp = nextStamp();
+  LevelTranslation m_translation;
 };
-
-// Multiplicative hash over 8-byte pieces; the factor is the golden ratio in 64 bits.
-inline std::uint32_t LevelIndex::hashOf(const char* text) {
-  constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
-  std::size_t bytes = std::strlen(text);
-  std::uint64_t hash = bytes;
-  const auto mix = [&hash](std::uint64_t piece) {
-    hash = (hash ^ piece) * kFactor;
-    hash ^= hash >> 32;
-  };
-  for (; bytes >= 8; bytes -= 8, text += 8) {
-    std::uint64_t piece;
-    std::memcpy(&piece, text, 8);
-    mix(piece);
-  }
-  // The last 0..7 bytes as one number, in moves of fixed size.
-  std::uint64_t rest = 0;
-  if (bytes & 4) {
-    std::uint32_t piece;
-    std::memcpy(&piece, text, 4);
-    rest = piece;
-    text += 4;
-  }
-  if (bytes & 2) {
-    std::uint16_t piece;
-    std::memcpy(&piece, text, 2);
-    rest = rest << 16 | piece;
-    text += 2;
-  }
-  if (bytes & 1) rest = rest << 8 | static_cast<unsigned char>(*text);
-  mix(rest);
-  return static_cast<std::uint32_t>(hash);
-}

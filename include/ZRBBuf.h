@@ -222,4 +222,6 @@ protected:
 private:
   friend class BufAccess;
   struct ZRB_HIDDEN Properties;
+
+  ZRB_HIDDEN long levelOfNewText(long column, const char* text);
 };

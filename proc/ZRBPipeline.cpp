@@ -27,7 +27,7 @@ void moveToEnd(std::vector<Object*>& list, Object* object) {
 }
 
 template <class Object>
-Object* entry(const std::vector<Object*>& list, int index) {
+Object* listEntry(const std::vector<Object*>& list, int index) {
   if (index < 0 || static_cast<std::size_t>(index) >= list.size()) return nullptr;
   return list[static_cast<std::size_t>(index)];
 }
@@ -74,13 +74,13 @@ int ZRBPipeline::init() {
 void ZRBPipeline::addProc(ZRBProc* proc) { moveToEnd(m_procs, proc); }
 void ZRBPipeline::removeProc(ZRBProc* proc) { removeEntry(m_procs, proc); }
 long ZRBPipeline::getNumProcs() { return static_cast<long>(m_procs.size()); }
-ZRBProc* ZRBPipeline::getProc(int index) { return entry(m_procs, index); }
+ZRBProc* ZRBPipeline::getProc(int index) { return listEntry(m_procs, index); }
 ZRBProc* ZRBPipeline::getProc(const char* name) { return firstNamed(m_procs, name); }
 
 void ZRBPipeline::addBuf(ZRBBuf* buf) { moveToEnd(m_bufs, buf); }
 void ZRBPipeline::removeBuf(ZRBBuf* buf) { removeEntry(m_bufs, buf); }
 long ZRBPipeline::getNumBufs() { return static_cast<long>(m_bufs.size()); }
-ZRBBuf* ZRBPipeline::getBuf(int index) { return entry(m_bufs, index); }
+ZRBBuf* ZRBPipeline::getBuf(int index) { return listEntry(m_bufs, index); }
 ZRBBuf* ZRBPipeline::getBuf(const char* name) { return firstNamed(m_bufs, name); }
 
 void ZRBPipeline::execute(long long maxCount) {
