@@ -53,6 +53,7 @@ CopyEnd copyTarget(ZRBBuf* buf, ZRBBufWriter* writer, long row, long column) {
 }  // namespace
 
 void storeStringCell(const char* text, char* cell, long width, ZRBBuf& buf, long column) {
+  if (width < 1) return;  // there is no such column
   const std::size_t cellBytes = static_cast<std::size_t>(width);
   const std::size_t textBytes = strnlen(text, cellBytes);
   if (textBytes < cellBytes) return cell::storeText(cell, width, text, textBytes);

@@ -12,6 +12,7 @@
 #include "buf/padded_text.h"
 #include "support/BufSnapshot.h"
 #include "support/Harness.h"
+#include "support/SavedSettings.h"
 
 namespace {
 
@@ -203,7 +204,7 @@ TEST(BlockCopy, a_buffer_that_copies_to_itself_does_so_column_by_column) {
 }
 
 TEST(BlockCopy, texts_of_any_width_are_padded_or_cut_and_counted_alike) {
-  const SavedSettings restored;
+  const SavedSettings saved;
   ZRBObj::setErrorOnStringTruncation(1);
   std::mt19937 random(6);
   for (const long sourceBytes : {4, 5, 7, 8, 9, 15, 16, 17, 24, 31, 32, 33, 47, 48, 49, 63, 64, 65, 100}) {
@@ -254,7 +255,7 @@ TEST(BlockCopy, a_padded_text_is_one_with_zeros_to_the_end) {
 }
 
 TEST(BlockCopy, levels_follow_their_names_into_any_dictionary) {
-  const SavedSettings restored;
+  const SavedSettings saved;
   ZRBObj::setErrorOnLevelOverflow(1);
   const std::pair<const char*, std::function<void(ZRBBuf&)>> preparations[] = {
       {"new", [](ZRBBuf&) {}},

@@ -7,6 +7,7 @@
 
 #include "support/BufSnapshot.h"
 #include "support/Harness.h"
+#include "support/SavedSettings.h"
 
 namespace {
 
@@ -61,7 +62,7 @@ TEST(DoubleArray, writing_stores_what_single_cells_store) {
 }
 
 TEST(DoubleArray, reading_gives_what_single_cells_give) {
-  const SavedSettings restored;
+  const SavedSettings saved;
   ZRBObj::setDoubleDateEpoch(-123456789);
   FlowHarness<> flow(50, oneColumnOfEachType());
   for (long row = 0; row < 50; ++row) {
