@@ -32,7 +32,8 @@ long allocationsOf(Action action) {
 }
 
 TEST(Property, allocations_are_counted_here) {
-  EXPECT_EQ(allocationsOf([] { delete new long(1); }), 1);
+  // Called by name: a new expression whose object is unused may be left out by the compiler.
+  EXPECT_EQ(allocationsOf([] { operator delete(operator new(sizeof(long))); }), 1);
 }
 
 TEST(Property, a_call_does_not_allocate) {
