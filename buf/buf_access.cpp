@@ -1,19 +1,26 @@
 // Which ends are the library's own?
 #include "buf/buf_access.h"
 
-#include <typeinfo>
-
 #include "ZRBBackingFileBufReader.h"
 #include "ZRBBackingFileBufWriter.h"
 #include "ZRBMemoryBufReader.h"
 #include "ZRBMemoryBufWriter.h"
+#include "base/own_class.h"
+
+namespace {
+
+// An end of no buffer serves as the specimen.
+template <class Class>
+bool isEnd(const auto& end) {
+  return isExactly<Class>(end, nullptr, nullptr);
+}
+
+}  // namespace
 
 bool isOwnEnd(ZRBBufReader& reader) {
-  const std::type_info& type = typeid(reader);
-  return type == typeid(ZRBMemoryBufReader) || type == typeid(ZRBBackingFileBufReader);
+  return isEnd<ZRBMemoryBufReader>(reader) || isEnd<ZRBBackingFileBufReader>(reader);
 }
 
 bool isOwnEnd(ZRBBufWriter& writer) {
-  const std::type_info& type = typeid(writer);
-  return type == typeid(ZRBMemoryBufWriter) || type == typeid(ZRBBackingFileBufWriter);
+  return isEnd<ZRBMemoryBufWriter>(writer) || isEnd<ZRBBackingFileBufWriter>(writer);
 }

@@ -1,10 +1,9 @@
 // Which rows come from nothing?
 #include "ZRBProcNullReader.h"
 
-#include <typeinfo>
-
 #include "ZRBBuf.h"
 #include "ZRBBufWriter.h"
+#include "base/own_class.h"
 #include "base/property_table.h"
 #include "buf/buf_access.h"
 #include "procs/null_rows.h"
@@ -14,7 +13,7 @@ using namespace property;
 namespace {
 
 // Whether a node is no class of a host's, which may answer getRowsDone() otherwise from row to row.
-bool isPlain(ZRBProcNullReader& node) { return typeid(node) == typeid(ZRBProcNullReader); }
+bool isPlain(ZRBProcNullReader& node) { return isExactly<ZRBProcNullReader>(node); }
 
 }  // namespace
 
