@@ -21,7 +21,10 @@ constexpr TraceStyle kTraceStyle = {"ZRBProcIdentity", false, false};
 void copyRows(ZRBBufReader& reader, ZRBBufWriter& writer, long rows) {
   ZRBBuf* input = reader.getBuf();
   ZRBBuf* output = writer.getBuf();
-  const long numColumns = std::min(input->getNumColumns(), output->getNumColumns());
+  long numColumns = input->getNumColumns();
+  // A column that the output lacks counts as a double at the start of its rows, where they have room for one.
+  if (output->getBytesPerRow() < static_cast<long>(sizeof(double)))
+    numColumns = std::min(numColumns, output->getNumColumns());
   for (long row = 0; row < rows; ++row) {
     for (long column = 0; column < numColumns; ++column) {
       const double value = reader.getDouble(row, column);

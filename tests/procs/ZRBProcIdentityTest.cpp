@@ -450,11 +450,11 @@ TEST(Identity, cells_are_copied_row_by_row_for_one_output_after_the_other) {
                             "in.getDouble(1, 0)", "out1.setConvertFactor(1, 0, null)", "in.getDouble(1, 1)"}));
 }
 
-TEST(Identity, columns_that_only_one_side_has_are_left_alone) {
+TEST(Identity, a_column_that_the_output_lacks_is_a_double_at_the_start_of_its_row_where_there_is_room) {
   Passage passage(2);
   passage.addInput({{"a", ZRBBuf::column_double}, {"b", ZRBBuf::column_double}, {"c", ZRBBuf::column_double}});
   passage.addOutput({{"a", ZRBBuf::column_double}, {"b", ZRBBuf::column_factor}});
-  passage.addOutput({});
+  passage.addOutput({{"f", ZRBBuf::column_factor}});
   passage.addOutput({{"a", ZRBBuf::column_double},
                      {"b", ZRBBuf::column_double},
                      {"c", ZRBBuf::column_double},
@@ -465,8 +465,9 @@ TEST(Identity, columns_that_only_one_side_has_are_left_alone) {
   passage.in().releaseRows(2);
   passage.run();
   for (int row = 0; row < 2; ++row) {
-    EXPECT_EQ(passage.out(0).getDouble(row, 0), 10 * row + 1);
+    EXPECT_EQ(passage.out(0).getDouble(row, 0), 10 * row + 3) << "column c";
     EXPECT_EQ(passage.out(0).getLevelNum(row, 1), -1);
+    EXPECT_EQ(passage.out(1).getLevelNum(row, 0), -1);
     for (int column = 0; column < 3; ++column) EXPECT_EQ(passage.out(2).getDouble(row, column), 10 * row + column + 1);
     EXPECT_EQ(passage.out(2).getDouble(row, 3), 0) << "as the ring was allocated";
   }
