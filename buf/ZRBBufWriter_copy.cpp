@@ -20,8 +20,7 @@ long copyBlock(const CopyEnd& source, const CopyEnd& target, long columns, long 
   switch (type) {
     case ZRBBuf::column_double:
     case ZRBBuf::column_timeDate:
-      return std::max(copyNumbers(source, target, type, columns, rows),
-                      1L);  // a column that does not exist is done too
+      return std::max(copyNumbers(source, target, type, columns, rows), 1L);  // what is not copied is done too
     case ZRBBuf::column_factor:
       copyLevels(source, target, rows);
       return 1;

@@ -29,7 +29,10 @@ public:
         m_info(m_access.columnInfo(end.column)),
         m_column(m_access.column(end.column)) {}
 
-  bool has(ZRBBuf::column_type type) const { return m_info && m_access.capacity() >= 1 && m_column.type == type; }
+  // A column that does not exist counts as a double, where a row has room for one.
+  bool has(ZRBBuf::column_type type) const {
+    return m_access.capacity() >= 1 && m_column.type == type && (m_info || m_access.rowBytes() >= kNumberBytes);
+  }
   ZRBBuf& buf() const { return *m_end.buf; }
   const CopyEnd& end() const { return m_end; }
   const BufAccess& access() const { return m_access; }

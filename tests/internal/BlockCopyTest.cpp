@@ -28,7 +28,6 @@ using Flow = FlowHarness<>;
 void copySingly(Flow& source, long sourceRow, long from, Flow& target, long targetRow, long to, long rows) {
   ZRBBuf& a = source.buf;
   ZRBBuf& b = target.buf;
-  if (!a.getColumnInfo(from) || !b.getColumnInfo(to)) return;
   for (long i = 0; i < rows; ++i) {
     const long ringFrom = source.reader.getBufferRowNum(sourceRow + i);
     const long ringTo = target.writer.getBufferRowNum(targetRow + i);
@@ -172,7 +171,7 @@ TEST(BlockCopy, rings_of_different_sizes_wrap_each_by_itself) {
   }
 }
 
-TEST(BlockCopy, columns_that_do_not_exist_are_left_out) {
+TEST(BlockCopy, a_column_that_does_not_exist_is_a_double_at_the_start_of_the_row) {
   Copies copies({{"d", kDouble}, {"d", kDouble}}, 20, {{"d", kDouble}, {"d", kDouble}, {"d", kDouble}}, 20);
   fill(copies.source, 4, 1);
   copies.source.writer.releaseRows(20);
@@ -182,6 +181,16 @@ TEST(BlockCopy, columns_that_do_not_exist_are_left_out) {
   EXPECT_EQ(copies.difference(), "");
   copies.copy(0, 1, 0, -1, 20, 2);
   EXPECT_EQ(copies.difference(), "");
+  EXPECT_EQ(copies.block.buf.getRawDouble(3, 0), copies.source.buf.getRawDouble(3, 0));  // from 2, which is not there
+}
+
+TEST(BlockCopy, a_column_that_does_not_exist_is_left_out_where_a_row_has_no_room_for_a_double) {
+  Copies copies({{"f", kFactor}}, 20, {{"d", kDouble}}, 20);
+  fill(copies.source, 4, 1);
+  copies.source.writer.releaseRows(20);
+  copies.block.buf.setRawDouble(2, 0, 7.5);
+  copies.block.writer.copyBufData(&copies.source.reader, 0, 1, 0, 0, 20, 1);
+  EXPECT_EQ(copies.block.buf.getRawDouble(2, 0), 7.5);
 }
 
 TEST(BlockCopy, a_buffer_that_copies_to_itself_does_so_column_by_column) {
