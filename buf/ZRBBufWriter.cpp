@@ -7,6 +7,7 @@
 #include "buf/buf_access.h"
 #include "buf/cell_codec.h"
 #include "buf/ring_runs.h"
+#include "buf/saturating.h"
 
 namespace {
 
@@ -211,7 +212,8 @@ void ZRBBufWriter::setConvertString(long row, long column, const char* text) {
 
 void ZRBBufWriter::setRectNA(long row, long column, long numRows, long numColumns) {
   const long ringRow = getBufferRowNum(row);
-  for (long c = column; c < column + numColumns; ++c) {
+  for (long k = 0; k < numColumns; ++k) {
+    const long c = addSaturating(column, k);
     switch (m_buf->getColumnType(c)) {
       case ZRBBuf::column_double:
         m_buf->setRawDoubleColumnNA(ringRow, c, numRows);

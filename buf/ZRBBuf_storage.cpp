@@ -46,14 +46,14 @@ void forEachCell(ZRBBuf& buf, long ringRow, long column, long count, Apply apply
 CopyEnd copySource(ZRBBufReader* reader, long row, long column) {
   return {reader->getBuf(), reader->getBufferRowNum(row), column};
 }
-CopyEnd copyTarget(ZRBBuf* buf, ZRBBufWriter* writer, long row, long column) {
-  return {buf, writer->getBufferRowNum(row), column};
+CopyEnd copyTarget(ZRBBufWriter* writer, long row, long column) {
+  return {writer->getBuf(), writer->getBufferRowNum(row), column};
 }
 
 }  // namespace
 
 void storeStringCell(const char* text, char* cell, long width, ZRBBuf& buf, long column) {
-  if (width < 1) return;  // there is no such column
+  if (width < 1) return countTruncation(buf, column, static_cast<long>(std::strlen(text)) + 1);  // no such column
   const std::size_t cellBytes = static_cast<std::size_t>(width);
   const std::size_t textBytes = strnlen(text, cellBytes);
   if (textBytes < cellBytes) return cell::storeText(cell, width, text, textBytes);
@@ -164,27 +164,27 @@ void ZRBBuf::setRawDoubleArray(long ringRow, long column, long count, double* va
 
 void ZRBBuf::copyDoubleColumn(ZRBBufWriter* writer, long writerRow, long writerColumn, ZRBBufReader* reader,
                               long readerRow, long readerColumn, long count) {
-  copyNumbers(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn),
-              column_double, 1, count);
+  copyNumbers(copySource(reader, readerRow, readerColumn), copyTarget(writer, writerRow, writerColumn), column_double,
+              1, count);
 }
 
 void ZRBBuf::copyTimeDateColumn(ZRBBufWriter* writer, long writerRow, long writerColumn, ZRBBufReader* reader,
                                 long readerRow, long readerColumn, long count) {
-  copyNumbers(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn),
-              column_timeDate, 1, count);
+  copyNumbers(copySource(reader, readerRow, readerColumn), copyTarget(writer, writerRow, writerColumn), column_timeDate,
+              1, count);
 }
 
 void ZRBBuf::copyStringColumn(ZRBBufWriter* writer, long writerRow, long writerColumn, ZRBBufReader* reader,
                               long readerRow, long readerColumn, long count) {
-  copyTexts(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn), count);
+  copyTexts(copySource(reader, readerRow, readerColumn), copyTarget(writer, writerRow, writerColumn), count);
 }
 
 void ZRBBuf::copyFactorColumn(ZRBBufWriter* writer, long writerRow, long writerColumn, ZRBBufReader* reader,
                               long readerRow, long readerColumn, long count) {
-  copyLevels(copySource(reader, readerRow, readerColumn), copyTarget(this, writer, writerRow, writerColumn), count);
+  copyLevels(copySource(reader, readerRow, readerColumn), copyTarget(writer, writerRow, writerColumn), count);
 }
 
 void ZRBBuf::byteSwapBufNumbers(long long chunkPosition, long count) {
-  if (count < 1 || m_num_rows < 1) return;
+  if (count < 1 || m_num_rows < 1 || !m_data) return;
   reverseNumbers(*this, getOutputRowIndex(chunkPosition, 0), count);
 }

@@ -308,6 +308,18 @@ TEST(BackingFileBufHostile, a_ring_that_could_not_be_allocated_is_not_read_into)
   }
 }
 
+TEST(BackingFileBufHostile, a_ring_that_could_not_be_allocated_is_not_written) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.file("rows");
+  WrittenFile<> file(path, 268435456);
+  EXPECT_EQ(messagesOf(file.buf), Messages{"can't allocate buf larger than 2GB (1 columns, 268435456 rows)"});
+  file.buf.clearMessages();
+  file.writer.releaseRows(2);
+  EXPECT_EQ(messagesOf(file.buf), (Messages{"ZRBBackingFileBuf error writing to file " + path,
+                                            "  pos=0, first chunk=2/2 rows, nwritten=-1/16 bytes, errno=14"}));
+  EXPECT_EQ(file.buf.getInputRowsReleased(), 0);
+}
+
 TEST(BackingFileBufHostile, a_ring_of_no_rows_takes_no_request) {
   const TemporaryDirectory directory;
   writeFile(directory.file("rows"), doubleRows(0, 3));

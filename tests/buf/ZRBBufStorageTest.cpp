@@ -547,9 +547,13 @@ TEST(BufStorage, a_truncated_character_of_several_bytes_is_cut_in_the_middle) {
   EXPECT_STREQ(buf.getRawString(0, 0), "ab\xC3");
 }
 
-TEST(BufStorage, a_text_for_a_column_that_does_not_exist_goes_nowhere) {
-  StorageBuf buf(1, oneColumnOfEachType());
+TEST(BufStorage, a_text_for_a_column_that_does_not_exist_goes_nowhere_and_is_a_truncation) {
+  const SavedSettings settings;
+  ZRBObj::setErrorOnStringTruncation(1);
+  StorageBuf buf(3, oneColumnOfEachType());
   buf.setRawString(0, 5, "text");
+  buf.setRawStringColumnNA(1, -1, 2);
+  EXPECT_EQ(messagesOf(buf), Messages(3, "string truncated in column ??"));
   for (unsigned long i = 0; i < buf.dataBytes(); ++i) ASSERT_EQ(buf.data()[i], 0) << i;
   EXPECT_EQ(buf.anyOverflowCounts(), 0);
 }
@@ -807,6 +811,17 @@ TEST(BufStorage, a_column_copy_wraps_on_each_side_on_its_own_ring) {
   const double expected[] = {10.0, 11.0, 12.0, 0.0, 0.0, 0.0, 14.0};
   for (long row = 0; row < 7; ++row) EXPECT_EQ(h.target.buf.getRawDouble(row, 0), expected[row]) << "ring row " << row;
   EXPECT_EQ(h.target.producer.getNumMessages() + h.source.consumer.getNumMessages(), 0);
+}
+
+TEST(BufStorage, a_column_copy_goes_into_the_writers_buffer_whichever_is_asked) {
+  CopyHarness h(3, {{"d", ZRBBuf::column_double}}, 3, {{"d", ZRBBuf::column_double}});
+  for (long row = 0; row < 3; ++row) h.source.buf.setRawDouble(row, 0, 10.0 + static_cast<double>(row));
+  h.source.buf.copyDoubleColumn(&h.target.writer, 1, 0, &h.source.reader, 0, 0, 2);
+  const double expected[] = {0.0, 10.0, 11.0};
+  for (long row = 0; row < 3; ++row) {
+    EXPECT_EQ(h.target.buf.getRawDouble(row, 0), expected[row]);
+    EXPECT_EQ(h.source.buf.getRawDouble(row, 0), 10.0 + static_cast<double>(row));
+  }
 }
 
 TEST(BufStorage, a_column_copy_after_everything_was_released_begins_at_ring_row_0) {

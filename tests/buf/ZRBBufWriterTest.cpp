@@ -1087,6 +1087,15 @@ TEST(BufWriter, a_column_of_unknown_type_in_a_rectangle_of_NA_goes_through_setDo
   }
 }
 
+TEST(BufWriter, a_column_beyond_the_last_in_a_rectangle_of_NA_is_a_double_at_the_start_of_the_row) {
+  for (const long column : {-1L, 6L, LONG_MAX}) {
+    CellsHarness<> h(7);
+    h.writer.setRectNA(2, column, 1, 1);
+    EXPECT_EQ(h.cell(2, kDouble), "NA") << column;
+    EXPECT_EQ(h.cell(1, kDouble), "-") << column;
+  }
+}
+
 TEST(BufWriter, a_column_of_NA_covers_the_rows_of_the_chunk) {
   CellsHarness<> h(7);
   h.writer.setDouble(0, kDouble, 1.0);
