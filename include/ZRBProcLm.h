@@ -33,7 +33,7 @@ public:
   void processChunk(long rows);
   // Solves for the coefficients of the rows done; all 0 before the first.
   void calcResults();
-  long getNumResults();          // p; 0 before the first row
+  long getNumResults();          // the input's columns now (without an input, p); 0 before the first row
   double getResult(long index);  // intercept, then one per regressor, as of the latest calcResults(); 0.0 outside
 
 protected:
@@ -48,7 +48,8 @@ private:
   struct ZRB_HIDDEN Properties;
   ZRB_HIDDEN bool ensureArrays(long rowCapacity, long columns);
   ZRB_HIDDEN bool isTriangleComplete();
-  ZRB_HIDDEN void updateByBlocks(ZRBBufReader& reader, long rows);
+  ZRB_HIDDEN bool updateByBlocks(ZRBBufReader& reader, long rows);
+  ZRB_HIDDEN void negateFit();
 };
 
 // Householder triangularisation of a matrix and its right-hand side, in place.
@@ -59,7 +60,9 @@ private:
 //   tol   a column whose entries from the diagonal down are all at most tol in size ends the work.
 //   info  set to 1 in that case, else left alone.  The remaining columns are left as they stand.
 //
-// With m < n the columns from m on have no entries from the diagonal down and end the work.  Nothing happens for n < 1.
+// With m < n the columns from m on have no entries from the diagonal down and end the work.  The zeros are then written
+// below the diagonal as if a column had n rows, over the beginning of the columns behind it; never outside the matrix.
+// Nothing happens for n < 1.
 // Computed R is exact for A + E, ||e_j|| <= c m n u ||a_j|| by column, u = 2^-53 (Higham, Accuracy and Stability of
 // Numerical Algorithms, 2nd ed., Theorem 19.4).
 ZRB_EXPORT void fe_srif(double* a, long* m, long* n, double* tol, double* b, long* info);

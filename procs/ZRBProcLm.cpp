@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <new>
 
@@ -14,6 +15,7 @@
 #include "buf/buf_access.h"
 #include "buf/saturating.h"
 #include "procs/lm_kernels.h"
+#include "procs/srif_kernels.h"
 
 using namespace property;
 
@@ -49,10 +51,10 @@ lm_kernel::UpdateBlock chooseUpdate(Simd simd) {
   }
 }
 
-// What the work matrix must hold: an update by fe_srif, or a block with its products.
+// What the work matrix must hold: an update by fe_srif, or a block, its products and the fit before it.
 long workSize(long rowCapacity, long columns) {
   return std::max(multiplySaturating(addSaturating(rowCapacity, columns), columns),
-                  multiplySaturating(kBlockRows + 1, addSaturating(columns, 1)));
+                  multiplySaturating(addSaturating(kBlockRows + 1, columns), addSaturating(columns, 1)));
 }
 
 }  // namespace
@@ -111,9 +113,9 @@ void ZRBProcLm::processChunk(long rows) {
   if (!reader || rows < 0) return;
   const long p = reader->getBuf()->getNumColumns();
   if (!ensureArrays(rows, p)) return;
-  if (getRowsDone() > 0 && p > 0 && isOwnEnd(*reader) && isTriangleComplete()) return updateByBlocks(*reader, rows);
+  if (getRowsDone() > 0 && p > 0 && isOwnEnd(*reader) && isTriangleComplete() && updateByBlocks(*reader, rows)) return;
   const long priorRows = getRowsDone() > 0 ? p : 0;
-  long m = priorRows + rows;
+  const long m = priorRows + rows;
   double* const work = m_work.get();
   double* const factor = m_factor.get();
   double* const rhs = m_rhs.get();
@@ -125,15 +127,13 @@ void ZRBProcLm::processChunk(long rows) {
     for (long row = 0; row < rows; ++row) column[priorRows + row] = j == 0 ? 1.0 : reader->getDouble(row, j);
   }
 
-  long columns = p;
-  double tolerance = kTolerance;
+  const long rowsOfR = std::min(m, p);
   long info = 0;
   // Deliberate: `info` is not looked at, and of a stack that was left half done the first p rows are kept.  Pinned by "a
   // chunk in which a column is constant loses rows of the columns behind it".
-  fe_srif(work, &m, &columns, &tolerance, rhs, &info);
+  triangularise(work, m, p, kTolerance, rhs, info, rowsOfR);
 
   // A first chunk of fewer than p rows leaves the rest of the triangle zero, for the next chunks to fill.
-  const long rowsOfR = std::min(m, p);
   for (long j = 0; j < p; ++j) {
     double* const column = factor + j * p;
     std::copy_n(work + j * m, rowsOfR, column);
@@ -149,12 +149,17 @@ bool ZRBProcLm::isTriangleComplete() {
   return true;
 }
 
-// The update of a complete triangle: the result of fe_srif but for rounding (procs/lm_kernels.h).
-void ZRBProcLm::updateByBlocks(ZRBBufReader& reader, long rows) {
+// The update of a complete triangle: the result of fe_srif but for rounding (procs/lm_kernels.h).  False, with the fit as
+// it was: a regressor holds a NaN, at which fe_srif ends.
+bool ZRBProcLm::updateByBlocks(ZRBBufReader& reader, long rows) {
   static const lm_kernel::UpdateBlock update = chooseUpdate(bestSimd());
   const long p = m_allocated_columns;
   double* const block = m_work.get();
   double* const products = block + kBlockRows * (p + 1);
+  double* const factorBefore = products + p + 1;
+  double* const rhsBefore = factorBefore + p * p;
+  std::copy_n(m_factor.get(), p * p, factorBefore);
+  std::copy_n(m_rhs.get(), p, rhsBefore);
   for (long first = 0; first < rows; first += kBlockRows) {
     const long blockRows = std::min(rows - first, kBlockRows);
     const long usedRows = (blockRows + kPartialSums - 1) / kPartialSums * kPartialSums;
@@ -169,6 +174,24 @@ void ZRBProcLm::updateByBlocks(ZRBBufReader& reader, long rows) {
     update(m_factor.get(), m_rhs.get(), block, p, usedRows, products);
     std::copy_n(block + p * kBlockRows, blockRows, m_rhs.get() + p + first);
   }
+  if (!isTriangleComplete()) {
+    std::copy_n(factorBefore, p * p, m_factor.get());
+    std::copy_n(rhsBefore, p, m_rhs.get());
+    return false;
+  }
+  // Each update turns the signs; one by fe_srif would do so once.
+  const long updates = (rows + kBlockRows - 1) / kBlockRows;
+  if (updates % 2 == 0) negateFit();
+  return true;
+}
+
+void ZRBProcLm::negateFit() {
+  const long p = m_allocated_columns;
+  for (long j = 0; j < p; ++j) {
+    double* const column = m_factor.get() + j * p;
+    std::transform(column, column + j + 1, column, std::negate<>());
+  }
+  std::transform(m_rhs.get(), m_rhs.get() + p, m_rhs.get(), std::negate<>());
 }
 
 void ZRBProcLm::calcResults() {
@@ -177,7 +200,11 @@ void ZRBProcLm::calcResults() {
   if (getRowsDone() > 0) fe_solve(m_factor.get(), &p, m_rhs.get(), m_results.get());
 }
 
-long ZRBProcLm::getNumResults() { return getRowsDone() >= 1 ? std::max(m_allocated_columns, 0L) : 0; }
+long ZRBProcLm::getNumResults() {
+  if (getRowsDone() < 1) return 0;
+  ZRBBuf* const buf = getInputBuf(0);
+  return buf ? buf->getNumColumns() : std::max(m_allocated_columns, 0L);
+}
 
 double ZRBProcLm::getResult(long index) {
   return index >= 0 && index < m_allocated_columns ? m_results[static_cast<std::size_t>(index)] : 0.0;

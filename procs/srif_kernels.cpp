@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "ZRBProcLm.h"
+#include "procs/srif_kernels.h"
 
 namespace {
 
@@ -36,15 +37,19 @@ void reflect(double u, const double* tail, long tailCount, double beta, double* 
 
 }  // namespace
 
+// Deliberate: n rows are zeroed even of a matrix that has fewer, which reaches into the columns behind.  Pinned by "with
+// fewer rows than columns the zeros reach into the columns behind".
 void fe_srif(double* a, long* m, long* n, double* tol, double* b, long* info) {
-  const long rows = *m;
-  const long columns = *n;
+  triangularise(a, *m, *n, *tol, b, *info, *n);
+}
+
+void triangularise(double* a, long rows, long columns, double tolerance, double* b, long& info, long rowsOfR) {
   for (long j = 0; j < columns; ++j) {
     const long below = rows - j;  // entries from the diagonal down
     double* const diagonal = a + j * rows + j;
     const double largest = below > 0 ? largestAbsolute(diagonal, below) : 0.0;
-    if (below < 1 || largest <= *tol) {
-      *info = 1;
+    if (below < 1 || largest <= tolerance) {
+      info = 1;
       return;
     }
     const double norm = scaledNorm(diagonal, below, largest);
@@ -56,7 +61,7 @@ void fe_srif(double* a, long* m, long* n, double* tol, double* b, long* info) {
     *diagonal = alpha;
     // Deliberate: only the rows of R.  Pinned by "rows of R are zero below the diagonal and further rows keep the
     // reflection".
-    std::fill(diagonal + 1, diagonal + std::min(rows, columns) - j, 0.0);
+    std::fill(diagonal + 1, diagonal + rowsOfR - j, 0.0);
   }
 }
 

@@ -216,6 +216,87 @@ TEST(LmTolerance, NA_spoils_the_fit) {
     }
 }
 
+// ---- Readers of the library's own and of a host's ----
+
+namespace {
+
+// Its reader is a host's, so that the node goes cell by cell and chunk by chunk.
+class HostReaderBuf : public ZRBMemoryBuf {
+public:
+  ZRBBufReader* newBufReader(ZRBProc* proc) override {
+    struct HostReader : ZRBMemoryBufReader {
+      using ZRBMemoryBufReader::ZRBMemoryBufReader;
+    };
+    return new HostReader(this, proc);
+  }
+};
+using PlainFlow = LmFlowThrough<HostReaderBuf>;
+
+// Numbers of the fits below are under 1000 and well conditioned: both ways round within 1e-12 of each other, and a wrong
+// sign shows.
+constexpr double kRounding = 1e-10;
+
+}  // namespace
+
+TEST(LmReaders, NA_in_a_regressor_spares_the_columns_behind_it_whatever_the_reader) {
+  for (const long column : {1L, 2L, 3L})
+    for (const long row : {0L, 7L, 70L, 199L}) {
+      SCOPED_TRACE(testing::Message() << "column " << column << ", row " << row);
+      LeastSquares second = withIntercept(randomProblem(200, 3, 10));
+      second.a(row, column) = ZRBObj::getDoubleNA();
+      LmFlow own(4, 200);
+      PlainFlow plain(4, 200);
+      own.update(withIntercept(randomProblem(20, 3, 9)));
+      plain.update(withIntercept(randomProblem(20, 3, 9)));
+      for (int chunk = 0; chunk < 2; ++chunk) {
+        own.update(second);
+        plain.update(second);
+        const Doubles results = own.results();
+        const Doubles expected = plain.results();
+        for (std::size_t i = 0; i < 4; ++i) {
+          EXPECT_EQ(bitsOf(results[i]), bitsOf(expected[i])) << i;
+          EXPECT_EQ(std::isfinite(results[i]), static_cast<long>(i) > column) << i;
+        }
+        second = withIntercept(randomProblem(200, 3, 11));
+      }
+    }
+}
+
+TEST(LmReaders, the_signs_of_the_fit_are_those_of_one_update_per_chunk) {
+  for (const long rows : {1L, 63L, 64L, 65L, 128L, 129L, 200L, 256L}) {
+    LmFlow own(3, 300);
+    PlainFlow plain(3, 300);
+    for (const unsigned chunk : {1U, 2U, 3U}) {
+      const LeastSquares problem = withIntercept(randomProblem(chunk == 1 ? 20 : rows, 2, chunk));
+      own.update(problem);
+      plain.update(problem);
+      for (long i = 0; i < 3; ++i) {
+        EXPECT_NEAR(own.rhs(i), plain.rhs(i), kRounding) << rows << " rows, z " << i;
+        for (long j = 0; j < 3; ++j) EXPECT_NEAR(own.factor(i, j), plain.factor(i, j), kRounding) << rows << " rows";
+      }
+    }
+  }
+}
+
+TEST(LmReaders, an_infinite_cell_gives_what_one_update_gives) {
+  for (const long column : {0L, 1L, 2L}) {
+    LmFlow own(3, 100);
+    PlainFlow plain(3, 100);
+    for (const unsigned chunk : {1U, 2U, 3U}) {
+      LeastSquares problem = withIntercept(randomProblem(100, 2, chunk));
+      if (chunk == 2) (column == 0 ? problem.b[70] : problem.a(70, column)) = std::numeric_limits<double>::infinity();
+      own.update(problem);
+      plain.update(problem);
+    }
+    const Doubles results = own.results();
+    const Doubles expected = plain.results();
+    for (std::size_t i = 0; i < 3; ++i) {
+      EXPECT_TRUE(std::isnan(expected[i]) ? std::isnan(results[i]) : std::fabs(results[i] - expected[i]) <= kRounding)
+          << "column " << column << ", result " << i << ": " << results[i] << ", not " << expected[i];
+    }
+  }
+}
+
 // ---- Columns of other types ----
 
 TEST(LmColumns, are_read_as_doubles) {
@@ -299,6 +380,15 @@ TEST(LmResults, their_number_is_0_before_the_first_row) {
   EXPECT_EQ(PropertyCall("num.results").get(flow.node).longResult, 3);
   flow.init();
   EXPECT_EQ(PropertyCall("num.results").get(flow.node).longResult, 0);
+}
+
+TEST(LmResults, their_number_is_that_of_the_columns_of_the_input_now) {
+  LmFlow flow(3, 10);
+  flow.node.setRowsDone(5);
+  EXPECT_EQ(flow.node.getNumResults(), 3);
+  flow.buf.setNumColumns(4);
+  EXPECT_EQ(flow.node.getNumResults(), 4);
+  EXPECT_EQ(flow.node.getResult(3), 0);
 }
 
 TEST(LmResults, are_0_outside_their_range) {

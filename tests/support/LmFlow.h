@@ -24,13 +24,14 @@ public:
 };
 
 // Double columns: the response, then the regressors.
-struct LmFlow {
-  ZRBMemoryBuf buf;
+template <class Buf>
+struct LmFlowThrough {
+  Buf buf;
   HarnessNode source;
   OpenLm node;
   ZRBBufWriter& writer;
 
-  LmFlow(long columns, long nodeRows, long ringRows = 3000) : writer(source.writeTo(buf)) {
+  LmFlowThrough(long columns, long nodeRows, long ringRows = 3000) : writer(source.writeTo(buf)) {
     buf.setNumRows(ringRows);
     buf.setNumColumns(columns);
     node.setInputBuf(0, &buf);
@@ -69,6 +70,7 @@ struct LmFlow {
   double factor(long i, long j) { return node.m_factor[static_cast<std::size_t>(i + j * buf.getNumColumns())]; }
   double rhs(long i) { return node.m_rhs[static_cast<std::size_t>(i)]; }
 };
+using LmFlow = LmFlowThrough<ZRBMemoryBuf>;
 
 // With the node's column of ones in front.
 inline LeastSquares withIntercept(const LeastSquares& problem) {
