@@ -350,6 +350,12 @@ TEST_F(ObjConversions, a_double_date_counts_days_from_the_epoch) {
       {0, -1.99 / 86400000.0, -1},
       {0, 19782.5, 1709208000000},
       {1LL << 60, 1.0, (1LL << 60) + kMsPerDay},
+      // A product beyond 64 bits is the least number; sums wrap.
+      {0, kInfinity, LLONG_MIN},
+      {0, -kInfinity, LLONG_MIN},
+      {7, 1e300, LLONG_MIN + 7},
+      {-7, -1e300, LLONG_MAX - 6},
+      {LLONG_MAX, 1.0, LLONG_MIN + kMsPerDay - 1},
   };
   for (const auto& row : rows) {
     ZRBObj::setDoubleDateEpoch(row.epoch);
@@ -374,6 +380,9 @@ TEST_F(ObjConversions, a_time_date_becomes_days_from_the_epoch) {
       {(1LL << 60) + 1, (1LL << 60) + 4, 3.0 / 86400000.0},
       {-(1LL << 60), -(1LL << 60) - 1, -1.0 / 86400000.0},
       {0, 0x7FFFFFFFFFFFFFF0, 9223372036854775807.0 / 86400000.0},  // the largest that is no NA
+      // Differences wrap.
+      {1, LLONG_MIN, 9223372036854775807.0 / 86400000.0},
+      {LLONG_MIN, 0, -9223372036854775808.0 / 86400000.0},
   };
   for (const auto& row : rows) {
     ZRBObj::setDoubleDateEpoch(row.epoch);

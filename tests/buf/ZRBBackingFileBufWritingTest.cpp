@@ -438,3 +438,32 @@ TEST(BackingFileBufWriting, a_buffer_that_is_read_only_counts_released_rows_and_
   EXPECT_EQ(messagesOf(file.buf), Messages{});
   EXPECT_EQ(bytesOfFile(path), doubleRows(0, 3));
 }
+
+// ---- Derived buffers ----
+
+TEST(BackingFileBufWriting, the_writer_calls_the_operations_of_a_derived_buffer) {
+  struct HostBuf : ZRBBackingFileBuf {
+    std::vector<std::string> calls;
+    void releaseInputRows(long rows) override {
+      calls.push_back("releaseInputRows " + std::to_string(rows));
+      ZRBBackingFileBuf::releaseInputRows(rows);
+    }
+    int setEOF(int eof) override {
+      calls.push_back("setEOF " + std::to_string(eof));
+      return ZRBBackingFileBuf::setEOF(eof);
+    }
+  };
+  const TemporaryDirectory directory;
+  HostBuf buf;
+  HarnessNode node;
+  ZRBBufWriter& writer = node.writeTo(buf);
+  setColumns(buf, kOneDouble);
+  buf.setBackingFileName(directory.file("rows").c_str());
+  ASSERT_EQ(buf.init(), 0);
+  buf.calls.clear();
+  writer.setDouble(0, 0, 7);
+  writer.releaseRows(1);
+  writer.setEOF();
+  EXPECT_EQ(buf.calls, (std::vector<std::string>{"releaseInputRows 1", "setEOF 1"}));
+  EXPECT_EQ(hexOf(bytesOfFile(directory.file("rows"))), hexOf(numberBytes(7.0)));
+}

@@ -381,9 +381,10 @@ TEST(BufStorage, a_factor_cell_holds_the_level_number_high_byte_first) {
     const char* bytes;
     long read;
   } cases[] = {
-      {0, "0000", 0},     {1, "0001", 1},         {255, "00FF", 255},       {256, "0100", 256},
-      {258, "0102", 258}, {65534, "FFFE", 65534}, {0x8000, "8000", 0x8000}, {65535, "FFFF", -1},  // reads back as NA
-      {-1, "FFFF", -1},   {-5, "FFFF", -1},       {LONG_MIN, "FFFF", -1},
+      {0, "0000", 0},        {1, "0001", 1},         {255, "00FF", 255},       {256, "0100", 256},
+      {258, "0102", 258},    {65534, "FFFE", 65534}, {0x8000, "8000", 0x8000}, {65535, "FFFF", -1},  // reads back as NA
+      {-1, "FFFF", -1},      {-5, "FFFF", -1},       {LONG_MIN, "FFFF", -1},   {65536, "0000", 0},
+      {70000, "1170", 4464}, {0x1FFFF, "FFFF", -1},  // only two bytes are stored
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.level);
@@ -556,6 +557,19 @@ TEST(BufStorage, a_text_for_a_column_that_does_not_exist_goes_nowhere_and_is_a_t
   EXPECT_EQ(messagesOf(buf), Messages(3, "string truncated in column ??"));
   for (unsigned long i = 0; i < buf.dataBytes(); ++i) ASSERT_EQ(buf.data()[i], 0) << i;
   EXPECT_EQ(buf.anyOverflowCounts(), 0);
+}
+
+TEST(BufStorage, a_text_for_a_column_of_another_type_fills_its_cell) {
+  StorageBuf buf(3, oneColumnOfEachType());
+  buf.setRawString(0, 0, "abc");
+  EXPECT_EQ(buf.bytes(0, 0, 8), "6162630000000000");
+  buf.setRawString(0, 1, "abc");  // two bytes
+  EXPECT_EQ(buf.bytes(0, 1, 2), "6100");
+  EXPECT_EQ(buf.getOverflowCount(1), 1);
+  EXPECT_EQ(buf.getOverflowStringBytes(1), 4);
+  buf.setRawStringColumnNA(1, 1, 2);
+  EXPECT_EQ(buf.bytes(2, 1, 2), "EF00");
+  EXPECT_EQ(buf.getOverflowCount(1), 3);
 }
 
 TEST(BufStorage, a_cell_may_be_copied_onto_itself) {

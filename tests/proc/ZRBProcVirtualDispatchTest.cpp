@@ -10,6 +10,11 @@
 #include "ZRBBufWriter.h"
 #include "ZRBMemoryBuf.h"
 #include "ZRBProc.h"
+#include "ZRBProcCount.h"
+#include "ZRBProcLm.h"
+#include "ZRBProcNullReader.h"
+#include "ZRBProcNullWriter.h"
+#include "ZRBProcRandomReader.h"
 #include "support/Harness.h"
 #include "support/LoggingEnds.h"
 #include "support/PropertyCall.h"
@@ -193,6 +198,84 @@ TEST(ProcVirtualDispatch, the_ends_ask_the_node_for_its_chunk_sizes) {
                       "ZRBBufWriter::setRequestRows asked for more rows than ZRBProc::getNumRows(): 7"}));
   EXPECT_EQ(node.getInputBufReader(0)->getRequestRows(), 0);
   EXPECT_EQ(node.getOutputBufWriter(0)->getRequestRows(), 0);
+}
+
+// ---- The nodes of the library ----
+
+// Notes what a node asks of the node base.
+template <class Node>
+class LoggingNode final : public Node {
+public:
+  CallLog log;
+  long executeRequestRows() override {
+    log.push_back("executeRequestRows");
+    return Node::executeRequestRows();
+  }
+  long executeReleaseRows(long rows) override {
+    log.push_back("executeReleaseRows(" + logText(rows) + ")");
+    return Node::executeReleaseRows(rows);
+  }
+  long executeReleaseRows(long inputRows, long outputRows) override {
+    log.push_back("executeReleaseRows(" + logText(inputRows) + ", " + logText(outputRows) + ")");
+    return Node::executeReleaseRows(inputRows, outputRows);
+  }
+  void checkBufs(int numInputs, int numOutputs) override {
+    log.push_back("checkBufs(" + std::to_string(numInputs) + ", " + std::to_string(numOutputs) + ")");
+    Node::checkBufs(numInputs, numOutputs);
+  }
+  void setDone(int done) override {
+    log.push_back("setDone(" + std::to_string(done) + ")");
+    Node::setDone(done);
+  }
+  long long incrementRowsDone(long rows) override {
+    log.push_back("incrementRowsDone(" + logText(rows) + ")");
+    return Node::incrementRowsDone(rows);
+  }
+
+private:
+  // The one with bounds is not a step of its own.
+  using Node::checkBufs;
+};
+
+template <class Node>
+CallLog callsOfSink() {
+  ZRBMemoryBuf buf;
+  ZRBProc source;
+  LoggingNode<Node> node;
+  buf.setNumColumns(1);
+  source.setOutputBuf(0, &buf);
+  node.setInputBuf(0, &buf);
+  buf.init();
+  node.init();
+  source.getOutputBufWriter(0)->releaseRows(5);
+  source.getOutputBufWriter(0)->setEOF();
+  node.execute();
+  return node.log;
+}
+
+template <class Node>
+CallLog callsOfSource() {
+  ZRBMemoryBuf buf;
+  LoggingNode<Node> node;
+  buf.setNumColumns(1);
+  node.setTotalRows(5);
+  node.setOutputBuf(0, &buf);
+  buf.init();
+  node.init();
+  node.execute();
+  return node.log;
+}
+
+TEST(ProcVirtualDispatch, the_nodes_of_the_library_ask_the_node_base_through_the_table) {
+  const CallLog sink = {"checkBufs(1, 0)",          "executeRequestRows", "executeReleaseRows(5)",
+                        "executeReleaseRows(5, 5)", "setDone(1)",         "incrementRowsDone(5)"};
+  EXPECT_EQ(callsOfSink<ZRBProcNullWriter>(), sink);
+  EXPECT_EQ(callsOfSink<ZRBProcLm>(), sink);
+  EXPECT_EQ(callsOfSink<ZRBProcCount>(), (CallLog{"checkBufs(1, 0)", "setDone(1)", "incrementRowsDone(5)"}));
+  const CallLog source = {"checkBufs(0, 1)",          "executeRequestRows",   "executeReleaseRows(5)",
+                          "executeReleaseRows(5, 5)", "incrementRowsDone(5)", "setDone(1)"};
+  EXPECT_EQ(callsOfSource<ZRBProcNullReader>(), source);
+  EXPECT_EQ(callsOfSource<ZRBProcRandomReader>(), source);
 }
 
 }  // namespace
