@@ -106,9 +106,9 @@ long ZRBBufReader::getBufferRowNum(long row) {
 
 double ZRBBufReader::getDouble(long row, long column) {
   const BufAccess::Cell cell = BufAccess(*m_buf).readerCell(m_chunk_position, row, column);
+  if (cell.type == ZRBBuf::column_double) [[likely]]
+    return cell::load<double>(cell.bytes);
   switch (cell.type) {
-    case ZRBBuf::column_double:
-      return cell::load<double>(cell.bytes);
     case ZRBBuf::column_factor:
       return conversions::levelNumToDouble(cell::loadLevelNum(cell.bytes));
     case ZRBBuf::column_string:

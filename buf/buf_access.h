@@ -7,9 +7,11 @@
 
 // The ring row of a stream row.  32 bits divide much faster than 64 and nearly always hold both numbers.
 inline long ringRowOf(long long streamRow, long capacity) {
-  if (capacity < 1) return 0;
+  if (capacity < 1) [[unlikely]]
+    return 0;
   const auto bits = static_cast<std::uint64_t>(streamRow) | static_cast<std::uint64_t>(capacity);
-  if (bits >> 32 == 0) return static_cast<std::uint32_t>(streamRow) % static_cast<std::uint32_t>(capacity);
+  if (bits >> 32 == 0) [[likely]]
+    return static_cast<std::uint32_t>(streamRow) % static_cast<std::uint32_t>(capacity);
   return streamRow % capacity;
 }
 
