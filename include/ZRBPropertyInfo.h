@@ -7,6 +7,9 @@ class ZRBProc;
 // it receives the result.  The library only ever asks "are you <name>?" in a fixed order and then reads arguments or
 // stores one result.
 //
+// An implementation may throw: the exception passes through the library, which changes nothing after it.  (Through the
+// property "execute" of a pipeline it passes as well; what a node throws while it runs ends in the pipeline.)
+//
 // The order of the virtual operations is binary interface.  The library never deletes a request, calls neither reserved
 // entry, and keeps no pointer to a request after the call.
 class ZRBPropertyInfo {

@@ -1,9 +1,10 @@
-// What the host kit throws.  The library itself throws nothing: every failure below is found by the kit.
+// What the host kit throws.  The library reports by messages: every failure below is found by the kit.
 #pragma once
 
 #include <cxxabi.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -43,13 +44,30 @@ public:
   using Error::Error;
 };
 
-// The class of an object and its name, as in: ZRBProcCount "count".
-inline std::string describeObject(ZRBObj& object) {
+namespace detail {
+
+// Whether the class of an object was compiled with type information: the word before its first slot points there (Itanium
+// C++ ABI, 2.5.2).  A node from elsewhere may be compiled without.
+inline bool hasTypeInformation(const ZRBObj& object) {
+  const void* const* table;
+  std::memcpy(&table, static_cast<const void*>(&object), sizeof table);
+  return table[-1] != nullptr;
+}
+
+inline std::string className(const ZRBObj& object) {
+  if (!hasTypeInformation(object)) return "an object";
   const char* mangled = typeid(object).name();
   int status = 0;
   const std::unique_ptr<char, void (*)(void*)> readable(abi::__cxa_demangle(mangled, nullptr, nullptr, &status),
                                                         std::free);
-  std::string text = status == 0 && readable ? readable.get() : mangled;
+  return status == 0 && readable ? readable.get() : mangled;
+}
+
+}  // namespace detail
+
+// The class of an object and its name, as in: ZRBProcCount "count".
+inline std::string describeObject(ZRBObj& object) {
+  std::string text = detail::className(object);
   if (const char* name = object.getName()) text.append(" \"").append(name).append("\"");
   return text;
 }

@@ -36,15 +36,23 @@ struct LibraryFactory {
   }
 };
 template <>
+struct Factory<ZRBBackingFileBuf> : LibraryFactory<zrb_s_create_ZRBBackingFileBuf> {};
+template <>
 struct Factory<ZRBMemoryBuf> : LibraryFactory<zrb_s_create_ZRBMemoryBuf> {};
 template <>
 struct Factory<ZRBPipeline> : LibraryFactory<zrb_s_create_ZRBPipeline> {};
 template <>
 struct Factory<ZRBProcCount> : LibraryFactory<zrb_s_create_ZRBProcCount> {};
 template <>
+struct Factory<ZRBProcIdentity> : LibraryFactory<zrb_s_create_ZRBProcIdentity> {};
+template <>
+struct Factory<ZRBProcLm> : LibraryFactory<zrb_s_create_ZRBProcLm> {};
+template <>
 struct Factory<ZRBProcNullReader> : LibraryFactory<zrb_s_create_ZRBProcNullReader> {};
 template <>
 struct Factory<ZRBProcNullWriter> : LibraryFactory<zrb_s_create_ZRBProcNullWriter> {};
+template <>
+struct Factory<ZRBProcPrintf> : LibraryFactory<zrb_s_create_ZRBProcPrintf> {};
 template <>
 struct Factory<ZRBProcRandomReader> : LibraryFactory<zrb_s_create_ZRBProcRandomReader> {};
 

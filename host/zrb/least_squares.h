@@ -72,6 +72,7 @@ private:
   void update(long rows) {
     const long p = columns();
     processChunk(rows);
+    if (hasError()) return;  // no memory for so many rows
     double sum = 0;
     for (long i = p; i < p + rows; ++i) sum += m_rhs[static_cast<std::size_t>(i)] * m_rhs[static_cast<std::size_t>(i)];
     m_residual += sum;

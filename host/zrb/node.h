@@ -23,10 +23,12 @@
 
 #include <exception>
 #include <stdexcept>
+#include <string>
 
 #include "ZRBBufReader.h"
 #include "ZRBBufWriter.h"
 #include "ZRBProc.h"
+#include "zrb/error.h"
 
 namespace zrb {
 
@@ -65,6 +67,13 @@ protected:
   ZRBBufReader& input(int index = 0) { return *getInputBufReader(index); }
   ZRBBufWriter& output(int index = 0) { return *getOutputBufWriter(index); }
 
+  // Throws unless a count of rows that work() was given and one that it returned go together.
+  void checkWorked(long returned, long given) {
+    if (returned >= 0 && returned <= given) return;
+    throw Error(describeObject(*this) + ": work(" + std::to_string(given) + ") returned " + std::to_string(returned) +
+                " rows, expected 0 to " + std::to_string(given));
+  }
+
 private:
   template <class Action>
   void guarded(Action action) {
@@ -96,8 +105,9 @@ protected:
   long runChunk() override {
     const long room = executeRequestRows();
     if (room < 0) return room;
-    const long rows = room > 0 ? work(room) : 0;
-    if (rows < 0 || rows > room) throw std::logic_error("work() returned a count of rows outside its chunk");
+    if (room == 0) throw Error(describeObject(*this) + ": \"num.rows\" is 0, so that it would run for ever");
+    const long rows = work(room);
+    checkWorked(rows, room);
     executeReleaseRows(rows);
     if (rows < room) {
       setDone(1);
@@ -139,7 +149,7 @@ protected:
     const long rows = executeRequestRows();
     if (rows < 0) return rows;
     const long written = rows > 0 ? work(rows) : 0;
-    if (written < 0 || written > rows) throw std::logic_error("work() returned a count of rows outside its chunk");
+    checkWorked(written, rows);
     return executeReleaseRows(rows, written);
   }
 };

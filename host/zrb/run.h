@@ -28,13 +28,15 @@ namespace detail {
 template <class Visit>
 void forEachBuf(ZRBPipeline& pipeline, Visit visit) {
   const long bufs = get<long>(pipeline, "get.num.bufs");
-  for (long i = 0; i < bufs; ++i) visit(*get<ZRBBuf*>(pipeline, "get.buf.by.number", i));
+  for (long i = 0; i < bufs; ++i)
+    if (ZRBBuf* const buf = get<ZRBBuf*>(pipeline, "get.buf.by.number", i)) visit(*buf);
 }
 
 template <class Visit>
 void forEachNode(ZRBPipeline& pipeline, Visit visit) {
   const long nodes = get<long>(pipeline, "get.num.procs");
-  for (long i = 0; i < nodes; ++i) visit(*get<ZRBProc*>(pipeline, "get.proc.by.number", i));
+  for (long i = 0; i < nodes; ++i)
+    if (ZRBProc* const node = get<ZRBProc*>(pipeline, "get.proc.by.number", i)) visit(*node);
 }
 
 }  // namespace detail
@@ -43,6 +45,7 @@ void forEachNode(ZRBPipeline& pipeline, Visit visit) {
 // threw comes first, as it was thrown.
 inline void checkAll(ZRBPipeline& pipeline) {
   detail::forEachNode(pipeline, [](ZRBProc& node) {
+    if (!detail::hasTypeInformation(node)) return;  // no node of the kit
     if (auto* own = dynamic_cast<Node*>(&node)) own->rethrowFailure();
   });
   detail::forEachBuf(pipeline, [](ZRBBuf& buf) { check(buf); });

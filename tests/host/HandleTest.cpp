@@ -14,7 +14,16 @@ private:
   int& m_count;
 };
 
-TEST(Handle, make_creates_every_class_with_a_factory) {
+TEST(Handle, make_creates_every_class_of_the_library_through_its_factory) {
+  static_assert(zrb::Factory<ZRBBackingFileBuf>::kExists && zrb::Factory<ZRBMemoryBuf>::kExists &&
+                zrb::Factory<ZRBPipeline>::kExists && zrb::Factory<ZRBProcCount>::kExists &&
+                zrb::Factory<ZRBProcIdentity>::kExists && zrb::Factory<ZRBProcLm>::kExists &&
+                zrb::Factory<ZRBProcNullReader>::kExists && zrb::Factory<ZRBProcNullWriter>::kExists &&
+                zrb::Factory<ZRBProcPrintf>::kExists && zrb::Factory<ZRBProcRandomReader>::kExists);
+  EXPECT_TRUE(zrb::get<bool>(zrb::make<ZRBBackingFileBuf>(), "is.backing.file.buf"));
+  EXPECT_EQ(zrb::get<long>(zrb::make<ZRBProcIdentity>(), "num.to.print"), 2);
+  EXPECT_EQ(zrb::get<long>(zrb::make<ZRBProcLm>(), "num.results"), 0);
+  EXPECT_EQ(zrb::get<long>(zrb::make<ZRBProcPrintf>(), "num.to.print"), 2);
   EXPECT_TRUE(zrb::get<bool>(zrb::make<ZRBMemoryBuf>(), "is.memory.buf"));
   EXPECT_EQ(zrb::get<long>(zrb::make<ZRBPipeline>(), "get.num.procs"), 0);
   EXPECT_EQ(zrb::get<long>(zrb::make<ZRBProcCount>(), "cross.size"), 0);

@@ -228,8 +228,24 @@ TEST(Node, a_count_of_rows_outside_the_chunk_is_refused) {
   auto gather = zrb::make<Gather>();
   zrb::set(source, "outbuf", buf);
   zrb::set(gather, "inbuf", buf);
-  EXPECT_THROW(runAll(buf, source, gather), std::logic_error);
-  EXPECT_STREQ(source->getError(), "work() returned a count of rows outside its chunk");
+  zrb::set(source, "name", "many");
+  EXPECT_THROW(runAll(buf, source, gather), zrb::Error);
+  EXPECT_NE(std::string(source->getError())
+                .find("ReturnsTooMany \"many\": work(1000) returned 1001 rows, expected 0 to 1000"),
+            std::string::npos)
+      << source->getError();
+}
+
+TEST(Node, a_source_of_chunks_without_rows_is_refused_rather_than_run_for_ever) {
+  auto buf = bufOfX(3000);
+  auto source = zrb::make<Numbers>(10);
+  auto gather = zrb::make<Gather>();
+  zrb::set(source, "num.rows", 0);
+  zrb::set(source, "outbuf", buf);
+  zrb::set(gather, "inbuf", buf);
+  EXPECT_THROW(runAll(buf, source, gather), zrb::Error);
+  EXPECT_NE(std::string(source->getError()).find("\"num.rows\" is 0, so that it would run for ever"), std::string::npos)
+      << source->getError();
 }
 
 }  // namespace

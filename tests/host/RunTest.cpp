@@ -4,6 +4,8 @@
 
 #include "zrb/zrb.h"
 
+ZRBProc* newNodeWithoutTypeInformation(int done);  // no_type_information.cpp
+
 namespace {
 
 template <class Failure, class Action>
@@ -99,5 +101,18 @@ TEST(Run, a_pipeline_that_comes_to_rest_before_its_end_is_a_failure) {
 }
 
 TEST(Run, an_empty_pipeline_is_at_its_end) { EXPECT_NO_THROW(zrb::run(*zrb::make<ZRBPipeline>())); }
+
+TEST(Run, a_node_without_type_information_is_run_as_any_other) {
+  Flow flow;
+  const zrb::Handle<ZRBProc> done(newNodeWithoutTypeInformation(1));
+  zrb::set(flow.pipeline, "add.proc", done.get());
+  zrb::run(*flow.pipeline);
+  EXPECT_EQ(zrb::get<long long>(flow.count, "rows.done"), 2500);
+
+  const zrb::Handle<ZRBProc> waiting(newNodeWithoutTypeInformation(0));
+  zrb::set(waiting.get(), "error", "refuses");
+  zrb::set(waiting.get(), "name", "mute");
+  EXPECT_EQ(textOf<zrb::ObjectError>([&] { zrb::check(*waiting); }), "an object \"mute\": error: refuses");
+}
 
 }  // namespace

@@ -23,7 +23,7 @@ if(pkg_config)
   execute_process(COMMAND ${pkg_config} --cflags --libs zrbbase OUTPUT_VARIABLE flags
     OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   separate_arguments(flags UNIX_COMMAND "${flags}")
-  run(${COMPILER} -o ${WORK_DIR}/by_pkg_config ${CONSUMER_DIR}/consumer.cpp ${flags}
+  run(${COMPILER} -std=c++20 -o ${WORK_DIR}/by_pkg_config ${CONSUMER_DIR}/consumer.cpp ${flags}
     -Wl,-rpath,${WORK_DIR}/moved/${LIBDIR})
   run(${WORK_DIR}/by_pkg_config)
 endif()

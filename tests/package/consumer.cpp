@@ -1,6 +1,8 @@
 #include "zrbbase.h"
 
-// The smallest host: creates an object through a factory, names it and destroys it.
+#include "zrb/zrb.h"
+
+// The smallest host: creates an object through a factory, names it and destroys it; and another one through the host kit.
 int main() {
   void* created = nullptr;
   zrb_s_create_ZRBPipeline(&created);
@@ -9,5 +11,5 @@ int main() {
   pipeline->setName("consumer");
   const bool named = pipeline->getName() && pipeline->getName()[0] == 'c';
   delete pipeline;
-  return named ? 0 : 1;
+  return named && zrb::get<long>(zrb::make<ZRBMemoryBuf>(), "num.rows") == 3000 ? 0 : 1;
 }
