@@ -57,7 +57,7 @@ ZRBBackingFileBuf::~ZRBBackingFileBuf() {
 }
 
 int ZRBBackingFileBuf::init() {
-  ZRBObj::init();
+  ZRBObj::init();  // not ZRBBuf's: that wants a writer, and lays out the rows before the files are open
   closeBackingFile();
   closeBlobFile();
   m_writing_cache = m_writers.empty() ? 0 : 1;

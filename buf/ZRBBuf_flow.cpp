@@ -11,6 +11,7 @@
 #include "ZRBBufWriter.h"
 #include "ZRBProc.h"
 #include "buf/buf_access.h"
+#include "buf/saturating.h"
 
 namespace {
 
@@ -118,7 +119,7 @@ long ZRBBuf::getMinRowsToAvoidDeadlock() {
   for (ZRBBufWriter* writer : m_writers) mostWritten = std::max(mostWritten, writer->getProc()->getOutputNumRows());
   long mostRead = 0;
   for (ZRBBufReader* reader : m_readers) mostRead = std::max(mostRead, reader->getProc()->getNumRows());
-  return mostWritten + mostRead;
+  return addSaturating(mostWritten, mostRead);
 }
 
 int ZRBBuf::isDeadlockPossible() { return getMinRowsToAvoidDeadlock() > m_num_rows; }

@@ -7,6 +7,7 @@
 #include "base/format_message.h"
 #include "buf/buf_access.h"
 #include "buf/level_index.h"
+#include "buf/saturating.h"
 
 void ZRBBuf::setNumLevels(long column, long levels) {
   ColumnInfo* info = getColumnInfo(column);
@@ -123,7 +124,7 @@ long ZRBBuf::levelOfNewText(long column, const char* text) {
     addLevel(column, overflow);
   if (max > getNumLevels(column)) return addLevel(column, text);
 
-  ++info->m_overflow_count;
+  info->m_overflow_count = addSaturating(info->m_overflow_count, 1);
   if (info->m_overflow_count <= 1 && getErrorOnLevelOverflow()) {
     const char* name = info->m_name ? info->m_name.get() : "??";
     addError(formatMessage("factor level overflow in column %s", name).c_str());

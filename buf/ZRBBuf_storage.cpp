@@ -25,7 +25,7 @@ std::unique_ptr<char[]> allocateZeroed(long bytes) {
 
 // A text that was cut is counted in its column, and the first one reported on request.
 void countTruncation(ZRBBuf& buf, long column, long neededBytes) {
-  buf.setOverflowCount(column, buf.getOverflowCount(column) + 1);
+  buf.setOverflowCount(column, addSaturating(buf.getOverflowCount(column), 1));
   if (buf.getOverflowStringBytes(column) < neededBytes) buf.setOverflowStringBytes(column, neededBytes);
   if (buf.getOverflowCount(column) > 1 || !ZRBObj::getErrorOnStringTruncation()) return;
   const char* name = buf.getColumnName(column);

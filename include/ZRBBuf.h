@@ -106,17 +106,17 @@ public:
   void setColumnBlobClassName(long column, const char* name);  // the host's own note on a blob column
   const char* getColumnBlobClassName(long column);
   long getColumnWidthBytes(long column);
-  void setColumnOffsetBytes(long column, long bytes);
-  long getColumnOffsetBytes(long column);  // within a row, as laid out by initData()
-  long calcBytesPerRow();                  // of the schema as it is now
-  long getBytesPerRow();                   // as laid out by initData()
+  void setColumnOffsetBytes(long column, long bytes);  // until the next initData()
+  long getColumnOffsetBytes(long column);              // within a row, as laid out by initData()
+  long calcBytesPerRow();                              // of the schema as it is now
+  long getBytesPerRow();                               // as laid out by initData()
 
   // ---- Levels of factor columns ----
   void setNumLevels(long column, long levels);  // new levels have no name
   long getNumLevels(long column);
   // Grows the dictionary to hold `level`; a negative level is ignored.
   void setLevelName(long column, long level, const char* name);
-  const char* getLevelName(long column, long level);
+  const char* getLevelName(long column, long level);  // null for a level without a name, or outside the dictionary
   // The next level gets `name`, even if it has that name already.  Returns its number; -1 for null.
   long addLevel(long column, const char* name);
   // The lowest level of that name; -1 if there is none, and for null, "" and the string NA.
@@ -127,6 +127,8 @@ public:
   long getDefaultMaxAutoLevels();
   void setOverflowLevel(long column, const char* name);  // receives what finds no level; null: NA does
   const char* getOverflowLevel(long column);
+  // Overflows since initData(): values that found no level, or texts that were cut to their cell, and the bytes that the
+  // longest of those texts needs with its final zero.
   void setOverflowCount(long column, long long count);
   long long getOverflowCount(long column);
   void setOverflowStringBytes(long column, long bytes);
@@ -136,8 +138,8 @@ public:
   // The level of `text`, added if it is new and the column may grow; otherwise the value overflows: it is counted, the
   // first one is an error if getErrorOnLevelOverflow(), and the overflow level or NA is returned.
   long mapStringToLevelNum(long column, const char* text);
-  double mapLevelToDouble(long column, const char* text);  // may add a level
-  const char* mapLevelNumToString(long column, long level);
+  double mapLevelToDouble(long column, const char* text);    // may add a level
+  const char* mapLevelNumToString(long column, long level);  // null for NA, and as getLevelName()
   const char* mapDoubleToLevel(long column, double value);
 
   // ---- Storage: ring rows, no checks ----
@@ -195,7 +197,7 @@ public:
   ZRBBufWriter* getBufWriter(int index);
   ZRBProc* getBufReaderProc(int index);
   ZRBProc* getBufWriterProc(int index);
-  void initConnections();
+  void initConnections();  // init() of every writer, then of every reader
 
   // ---- Row flow ----
   long getInputRowsReleased();                                // stream rows the writer has released

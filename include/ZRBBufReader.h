@@ -29,8 +29,8 @@ public:
   virtual double getDouble(long row, long column);
   virtual void getDoubleArray(long row, long column, long count, double* values);  // `count` rows from `row`
   virtual long getLevelNum(long row, long column);
-  // For a string column the cell itself, valid until the row is released; for a factor the level's name; otherwise the
-  // shared conversion text.
+  // For a string column the cell itself, valid until the row is released; for a factor the level's name, null for a level
+  // without one; otherwise the shared conversion text.  NA is the string NA.
   virtual const char* getString(long row, long column);
   virtual long long getTimeDate(long row, long column);
 
@@ -42,10 +42,10 @@ public:
   // The data behind a blob cell; one blob is open at a time.  Here: an error, and 0 or -1, as no data is kept.
   virtual int openBlobData(long long offset, long long length);
   virtual long readBlobData(char* bytes, long count);  // bytes read, 0 at the end, -1 with an error
-  virtual int seekBlobData(long long offset);
+  virtual int seekBlobData(long long offset);          // byte of the blob; 1, or an error and 0 or -1
   virtual long long getBlobOffsetInData();
-  virtual int closeBlob();
-  virtual int closeBlobData();
+  virtual int closeBlob();      // 1, or an error and 0 or -1
+  virtual int closeBlobData();  // likewise
   virtual int isBlobOpen();
 
   // Gives back the first `rows` rows of the chunk.  Errors: negative, or more than are ready.

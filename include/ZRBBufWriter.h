@@ -64,6 +64,7 @@ public:
   // ends the copy.
   virtual void copyBufData(ZRBBufReader* reader, long sourceRow, long sourceColumn, long targetRow, long targetColumn,
                            long numRows, long numColumns);
+  // The copies return 1; 0 (and, but for NA and cells of another type, an error) when nothing was stored in the cell.
   virtual int copyBlob(ZRBBufReader* reader, long sourceRow, long sourceColumn, long targetRow, long targetColumn);
   virtual int copyBlobData(ZRBBufReader* reader, long long offset, long long length, long long* newOffset,
                            long long* newLength);

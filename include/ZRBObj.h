@@ -5,14 +5,20 @@
 
 #include "export.h"
 
+#ifdef _GLIBCXX_DEBUG
+#error \
+    "_GLIBCXX_DEBUG changes the size of std::vector, and with it that of every class of libzrbbase: use _GLIBCXX_ASSERTIONS"
+#endif
+
 class ZRBConverter;
 class ZRBPropertyInfo;
 
 // The root of every object of the library: a name, the property protocol, a list of messages with an error marker, a
 // text converter, and the settings that all objects share.
 //
-// Nothing here throws or prints.  A failure is a message on the object concerned; the host polls hasError(), getError(),
-// getNumMessages() and getMessage().  Objects are made by the zrb_s_create_... functions and destroyed by their owner
+// A failure is a message on the object concerned; the host polls hasError(), getError(), getNumMessages() and
+// getMessage().  The library throws nothing of its own: what can reach a host is std::bad_alloc, or std::length_error for
+// a count of columns, levels or ends that no memory holds.  Objects are made by the zrb_s_create_... functions and destroyed by their owner
 // through the virtual destructor.  One thread at a time: neither objects nor the shared settings are guarded.
 class ZRB_EXPORT ZRBObj {
 public:

@@ -42,7 +42,9 @@ public:
   virtual long long getRowsDone();
   virtual void setRowsDone(long long rows);
   virtual long long incrementRowsDone(long rows);  // returns the new count
-  virtual void setNumRows(long rows);              // most rows of a chunk; 1000 in a new node
+  // Most rows of a chunk; 1000 in a new node.  With 0 the node is always ready and moves nothing: a pipeline without a
+  // limit then runs for ever.
+  virtual void setNumRows(long rows);
   virtual long getNumRows();
   virtual void setOutputNumRows(long rows);  // the same for outputs; negative (as in a new node): getNumRows()
   virtual long getOutputNumRows();

@@ -7,6 +7,7 @@
 #include "ZRBBufReader.h"
 #include "ZRBBufWriter.h"
 #include "base/format_message.h"
+#include "base/value_codes.h"
 
 namespace {
 
@@ -70,11 +71,11 @@ int ZRBProc::isDone() { return m_done; }
 
 long long ZRBProc::getExecuteCount() { return m_execute_count; }
 void ZRBProc::setExecuteCount(long long count) { m_execute_count = count; }
-long long ZRBProc::incrementExecuteCount() { return ++m_execute_count; }
+long long ZRBProc::incrementExecuteCount() { return m_execute_count = value_codes::addWrapping(m_execute_count, 1); }
 
 long long ZRBProc::getRowsDone() { return m_rows_done; }
 void ZRBProc::setRowsDone(long long rows) { m_rows_done = rows; }
-long long ZRBProc::incrementRowsDone(long rows) { return m_rows_done += rows; }
+long long ZRBProc::incrementRowsDone(long rows) { return m_rows_done = value_codes::addWrapping(m_rows_done, rows); }
 
 void ZRBProc::setNumRows(long rows) { m_num_rows = rows; }
 long ZRBProc::getNumRows() { return m_num_rows; }

@@ -7,6 +7,7 @@
 #include "base/property_table.h"
 #include "buf/buf_access.h"
 #include "procs/null_rows.h"
+#include "procs/rows_left.h"
 
 using namespace property;
 
@@ -32,9 +33,9 @@ int ZRBProcNullReader::init() {
 }
 
 long ZRBProcNullReader::execute() {
-  long rows = executeRequestRows();
-  if (rows < 0) return rows;
-  if (getRowsDone() + rows > m_total_rows) rows = m_total_rows - getRowsDone();
+  const long room = executeRequestRows();
+  if (room < 0) return room;
+  const long rows = rowsLeft(room, getRowsDone(), m_total_rows);
   ZRBBufWriter* writer = getOutputBufWriter(0);
   if (!writer) return -1;
   if (m_access_buf && isPlain(*this) && isOwnEnd(*writer)) {

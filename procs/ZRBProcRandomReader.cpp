@@ -9,6 +9,7 @@
 #include "buf/buf_access.h"
 #include "procs/random_rows.h"
 #include "procs/random_stream.h"
+#include "procs/rows_left.h"
 
 using namespace property;
 
@@ -59,9 +60,9 @@ double ZRBProcRandomReader::draw() {
 }
 
 long ZRBProcRandomReader::execute() {
-  long rows = executeRequestRows();
-  if (rows < 0) return rows;
-  if (getRowsDone() + rows > m_total_rows) rows = m_total_rows - getRowsDone();
+  const long room = executeRequestRows();
+  if (room < 0) return room;
+  const long rows = rowsLeft(room, getRowsDone(), m_total_rows);
   ZRBBufWriter* writer = getOutputBufWriter(0);
   if (!writer) return -1;
   if (isOwnEnd(*writer)) {

@@ -554,6 +554,7 @@ TEST(BufRowFlow, too_small_a_ring_makes_deadlock_possible) {
       {"no writers", 100, {}, {101}, 101, 1},
       {"several writers", 100, {3, 60, 20}, {40}, 100, 0},
       {"maxima start at 0", 100, {5}, {-7}, 5, 0},
+      {"a sum beyond the largest number stays there", 100, {LONG_MAX}, {LONG_MAX}, LONG_MAX, 1},
       {"a negative output count of the node means its row count", 3000, {-1}, {500}, 1500, 0},
   };
   for (const Case& c : cases) {
