@@ -5,16 +5,20 @@
 #include <string>
 #include <vector>
 
+#include "bounds.h"
 #include "byte_source.h"
 #include "libcsv_reader.h"
+#include "plain_reader.h"
 
 namespace {
 
+using zrbtool::AtEnd;
 using zrbtool::ByteSource;
 using zrbtool::CsvError;
 using zrbtool::CsvFormat;
 using zrbtool::LibcsvReader;
 using zrbtool::Record;
+using zrbtool::RecordReader;
 
 // Gives out at most `most` bytes at a time.
 class SmallReads : public ByteSource {
@@ -47,12 +51,13 @@ void PrintTo(const Row& row, std::ostream* stream) {
 struct Outcome {
   std::vector<Row> rows;
   std::string error;  // LINE:COLUMN: what, found
+  long long lastLine;
+  bool operator==(const Outcome& other) const {
+    return rows == other.rows && error == other.error && lastLine == other.lastLine;
+  }
 };
 
-Outcome readAll(const std::string& text, const CsvFormat& format = {}, std::size_t readBytes = 1 << 20,
-                LibcsvReader::AtEnd atEnd = LibcsvReader::AtEnd::finish) {
-  SmallReads bytes(text, readBytes);
-  LibcsvReader reader(bytes, format, 1, atEnd);
+Outcome outcomeOf(RecordReader& reader) {
   Outcome outcome;
   try {
     while (const Record* record = reader.next()) {
@@ -68,6 +73,23 @@ Outcome readAll(const std::string& text, const CsvFormat& format = {}, std::size
     outcome.error = std::to_string(error.line()) + ":" + std::to_string(error.column()) + ": " + error.finding().what +
                     ", " + error.finding().found;
   }
+  outcome.lastLine = reader.line();
+  return outcome;
+}
+
+// Of the reader that is used; libcsv alone has to agree.
+Outcome readAll(const std::string& text, const CsvFormat& format = {}, std::size_t readBytes = 1 << 20,
+                AtEnd atEnd = AtEnd::finish) {
+  SmallReads bytes(text, readBytes), sameBytes(text, readBytes);
+  const Outcome outcome = outcomeOf(*zrbtool::readRecords(bytes, format, 1, atEnd));
+  LibcsvReader libcsv(sameBytes, format, 1, atEnd);
+  const Outcome expected = outcomeOf(libcsv);
+  constexpr std::size_t kShown = 200;
+  EXPECT_TRUE(outcome == expected) << readBytes << " bytes at a time of "
+                                   << testing::PrintToString(text.substr(0, kShown)) << ": " << outcome.rows.size()
+                                   << " records, " << outcome.error << ", last line " << outcome.lastLine
+                                   << "; by libcsv " << expected.rows.size() << " records, " << expected.error
+                                   << ", last line " << expected.lastLine;
   return outcome;
 }
 
@@ -109,9 +131,9 @@ TEST(RecordReader, line_ends_inside_cells_are_kept_and_counted) {
 
 TEST(RecordReader, a_cell_knows_the_line_in_which_it_begins) {
   SmallReads bytes("x\n\"1\n2\",\"3\r\n4\",5\n", 1000);
-  LibcsvReader reader(bytes, {});
-  reader.next();
-  const Record* record = reader.next();
+  const auto reader = zrbtool::readRecords(bytes, {}, 1);
+  reader->next();
+  const Record* record = reader->next();
   EXPECT_EQ(record->lineOf(0), 2);
   EXPECT_EQ(record->lineOf(1), 3);
   EXPECT_EQ(record->lineOf(2), 4);
@@ -153,19 +175,23 @@ TEST(RecordReader, a_nul_is_refused_where_it_is) {
 }
 
 TEST(RecordReader, the_last_record_of_a_sample_is_left_out_unless_its_line_has_ended) {
-  const auto atEnd = LibcsvReader::AtEnd::dropCutRecord;
+  const auto atEnd = AtEnd::dropCutRecord;
   EXPECT_EQ(readAll("a,b\nc,d", {}, 1000, atEnd).rows, (std::vector<Row>{{1, {"a", "b"}}}));
   EXPECT_EQ(readAll("a,b\nc,d\n", {}, 1000, atEnd).rows, (std::vector<Row>{{1, {"a", "b"}}, {2, {"c", "d"}}}));
   EXPECT_EQ(readAll("a\n\"b", {}, 1000, atEnd).error, "");
 }
 
 TEST(RecordReader, a_record_without_an_end_is_refused_before_it_fills_the_memory) {
-  const std::size_t bytes = LibcsvReader::kLongestRecord;
+  const std::size_t bytes = zrbtool::kLongestRecord;
   EXPECT_EQ(readAll("a\n\"" + std::string(bytes + 100'000, 'x')).error,
             "2:0: record too long, more than 4194304 bytes without an end");
   std::string manyCells = "a\n";
   while (manyCells.size() < bytes + 100'000) manyCells += "1234567,";
-  EXPECT_NE(readAll(manyCells).error.find(": record too long, "), std::string::npos);
+  const std::string error = readAll(manyCells).error;
+  EXPECT_NE(error.find(": record too long, "), std::string::npos);
+  // Wherever the pieces end.
+  for (const std::size_t readBytes : {1000u, 100'000u, 10'000'000u})
+    EXPECT_EQ(readAll(manyCells, {}, readBytes).error, error);
   // One that is nearly as long is not.
   EXPECT_EQ(readAll(std::string(bytes - 100'000, 'x') + "\n").rows.size(), 1u);
 }
@@ -236,6 +262,73 @@ TEST(RecordReader, random_texts_in_random_pieces_agree_with_a_splitter_of_whole_
     ASSERT_EQ(outcome.error, "") << text;
     ASSERT_EQ(outcome.rows, splitWhole(text)) << text;
   }
+}
+
+// ---- Against libcsv alone ----
+
+// Any text, most of it malformed, of the bytes that splitting looks at.
+std::string randomBytes(std::mt19937& random) {
+  static constexpr char kUsual[] = {'a', '1', ',', ',', '\n', '\n', '\r', '"', '"', ' ', '\t', ';', '\xFF', 'x'};
+  std::string text;
+  for (std::size_t i = 0, size = random() % 40; i < size; ++i)
+    text += random() % 200 == 0 ? '\0' : kUsual[random() % std::size(kUsual)];
+  return text;
+}
+
+TEST(RecordReader, random_bytes_in_random_pieces_are_split_and_refused_as_by_libcsv_alone) {
+  std::mt19937 random(3003);
+  const CsvFormat formats[] = {{}, {';'}, {'\t'}, {' '}, {'x'}, {',', false}, {',', true, true}, {'\t', true, true}};
+  for (int i = 0; i < 40'000 && !testing::Test::HasFailure(); ++i)
+    readAll(randomBytes(random), formats[random() % std::size(formats)], 1 + random() % 30,
+            random() % 4 ? AtEnd::finish : AtEnd::dropCutRecord);
+}
+
+// Gives out a text in two pieces.
+class TwoReads : public ByteSource {
+public:
+  TwoReads(std::string_view text, std::size_t first) : m_first(text.substr(0, first)), m_second(text.substr(first)) {}
+  std::size_t read(char* to, std::size_t size) override {
+    const std::size_t bytes = m_first.read(to, size);
+    return bytes > 0 ? bytes : m_second.read(to, size);
+  }
+
+private:
+  zrbtool::MemoryBytes m_first;
+  zrbtool::MemoryBytes m_second;
+};
+
+TEST(RecordReader, it_does_not_matter_where_the_bytes_are_cut) {
+  const std::string text =
+      "a,\"b,c\",d\r\n\"\"\"e\"\"\",\"\r\n\",f\r\r\n\n\"\",\"g\"\n" + std::string(70, 'h') + ",\"i\"\n1,2,\"3\"";
+  const Outcome whole = readAll(text);
+  ASSERT_EQ(whole.rows.size(), 5u);
+  for (std::size_t cut = 0; cut <= text.size(); ++cut) {
+    TwoReads bytes(text, cut);
+    EXPECT_TRUE(outcomeOf(*zrbtool::readRecords(bytes, {}, 1)) == whole) << cut;
+  }
+}
+
+TEST(RecordReader, lines_longer_than_a_block_are_split_as_by_libcsv_alone) {
+  constexpr std::size_t kBlock = 64 * 1024;
+  for (const std::size_t bytes : {kBlock - 2, kBlock - 1, kBlock, kBlock + 1, 5 * kBlock, 17 * kBlock}) {
+    const std::string cells = std::string(bytes / 2, 'a') + "," + std::string(bytes - bytes / 2 - 1, 'b');
+    EXPECT_EQ(readAll("1,2\n" + cells + "\n3,4\n").rows.size(), 3u) << bytes;
+    EXPECT_EQ(readAll(cells + ",\"\n\"\n" + cells, {}, kBlock / 3).rows.size(), 2u) << bytes;
+    EXPECT_NE(readAll(cells + "\n" + cells + "\"").error, "") << bytes;
+  }
+}
+
+// The records of usual texts are not copied, so they have to be whole wherever a block ends.
+TEST(RecordReader, every_record_of_a_text_of_many_blocks_arrives_whole) {
+  std::string text;
+  std::vector<Row> rows;
+  for (long long line = 1; text.size() < 300'000; ++line) {
+    const std::string number = std::to_string(line * 7919);
+    const bool quoted = line % 3 == 0;
+    text += number + (quoted ? ",\"q," + number + "\",\n" : ",level" + number + ",\r\n");
+    rows.push_back({line, {number, (quoted ? "q," : "level") + number, ""}});
+  }
+  for (const std::size_t readBytes : {1000u, 1'000'000u}) EXPECT_TRUE(readAll(text, {}, readBytes).rows == rows);
 }
 
 }  // namespace
