@@ -98,8 +98,8 @@ bool readQuickNumber(std::string_view text, double& value) {
   const char* at = text.data();
   const char* const end = at + text.size();
   if (text.empty() || text.size() > kLongestText) return false;
-  const bool negative = *at == '-';
-  if (negative) ++at;
+  const bool negative = *at == '-';  // half of the numbers may be: no branch on it
+  at += negative;
 
   Digits digits;
   const char* const whole = at;
@@ -112,11 +112,11 @@ bool readQuickNumber(std::string_view text, double& value) {
     decimals = at - fraction;
   }
   if (at != end || wholeDigits + decimals == 0 || wholeDigits + decimals > kMostDigits) return false;
-  if (wholeDigits > kMostWholeDigits || (wholeDigits > 1 && *whole == '0')) return false;
+  if (wholeDigits > kMostWholeDigits || (*whole == '0' && wholeDigits > 1)) return false;
 
   double size;
   if (!quotient(digits.value, static_cast<std::size_t>(decimals), size)) return false;
-  value = negative ? -size : size;
+  value = std::bit_cast<double>(std::bit_cast<std::uint64_t>(size) | static_cast<std::uint64_t>(negative) << 63);
   return true;
 }
 
