@@ -39,25 +39,6 @@ void QuickCells::startRow(long row) {
   m_row = m_writer.getBuf()->getDataPtr(m_writer.getBufferRowNum(row), 0, 0) - m_columns.front().offset;
 }
 
-bool QuickCells::write(std::size_t column, std::string_view cell) {
-  const Column& target = m_columns[column];
-  char* const bytes = m_row + target.offset;
-  if (target.kind == Kind::number) {
-    double value;
-    if (!readQuickNumber(cell, value)) return false;
-    std::memcpy(bytes, &value, sizeof value);
-    return true;
-  }
-  if (target.kind == Kind::level) {
-    const long level = target.levels.find(cell);
-    if (level < 0) return false;
-    bytes[0] = static_cast<char>(level >> 8);
-    bytes[1] = static_cast<char>(level & 0xFF);
-    return true;
-  }
-  return false;
-}
-
 void QuickCells::rememberLevel(std::size_t column, std::string_view cell, long level) {
   m_columns[column].levels.remember(cell, level);
 }

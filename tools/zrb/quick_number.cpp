@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 namespace zrbtool {
 
@@ -21,6 +22,8 @@ constexpr std::ptrdiff_t kMostWholeDigits = 15;  // below 2^53
 constexpr std::size_t kLongestText = 1 + static_cast<std::size_t>(kMostDigits) + 1;
 // Digits are taken by eights, so the last eight may begin where the text ends.
 static_assert(kLongestText + 8 <= kQuickNumberBytes);
+
+constexpr double kNotQuick = std::numeric_limits<double>::quiet_NaN();
 
 struct Digits {
   std::uint64_t value = 0;
@@ -71,12 +74,9 @@ constexpr std::array<NegativePower, kMostDigits + 1> kNegativePowers = [] {
   return powers;
 }();
 
-// digits / 10^decimals, rounded to the nearest double.
-bool quotient(std::uint64_t digits, std::size_t decimals, double& value) {
-  if (decimals == 0 || digits == 0) {
-    value = static_cast<double>(digits);  // exact: there are few digits
-    return true;
-  }
+// digits / 10^decimals, rounded to the nearest double; NaN where that needs more care.
+double quotient(std::uint64_t digits, std::size_t decimals) {
+  if (decimals == 0 || digits == 0) return static_cast<double>(digits);  // exact: there are few digits
   const int shift = std::countl_zero(digits);
   const NegativePower& power = kNegativePowers[decimals];
   const Wide product = static_cast<Wide>(digits << shift) * power.mantissa;
@@ -85,19 +85,18 @@ bool quotient(std::uint64_t digits, std::size_t decimals, double& value) {
 
   constexpr std::uint64_t kHalf = 0x400;
   const std::uint64_t dropped = upper & 0x7FF;
-  if (dropped >= kHalf - 4 && dropped <= kHalf) return false;
+  if (dropped >= kHalf - 4 && dropped <= kHalf) return kNotQuick;
   const std::uint64_t mantissa = (upper + kHalf) >> 11 | (upper + kHalf < kHalf ? std::uint64_t{1} << 53 : 0);
   const int exponent = 64 + 11 - shift - power.exponent - top;
-  value = static_cast<double>(mantissa) * std::bit_cast<double>(static_cast<std::uint64_t>(1023 + exponent) << 52);
-  return true;
+  return static_cast<double>(mantissa) * std::bit_cast<double>(static_cast<std::uint64_t>(1023 + exponent) << 52);
 }
 
 }  // namespace
 
-bool readQuickNumber(std::string_view text, double& value) {
+double readQuickNumber(std::string_view text) {
   const char* at = text.data();
   const char* const end = at + text.size();
-  if (text.empty() || text.size() > kLongestText) return false;
+  if (text.empty() || text.size() > kLongestText) return kNotQuick;
   const bool negative = *at == '-';  // half of the numbers may be: no branch on it
   at += negative;
 
@@ -111,13 +110,11 @@ bool readQuickNumber(std::string_view text, double& value) {
     at = digits.take(at);
     decimals = at - fraction;
   }
-  if (at != end || wholeDigits + decimals == 0 || wholeDigits + decimals > kMostDigits) return false;
-  if (wholeDigits > kMostWholeDigits || (*whole == '0' && wholeDigits > 1)) return false;
+  if (at != end || wholeDigits + decimals == 0 || wholeDigits + decimals > kMostDigits) return kNotQuick;
+  if (wholeDigits > kMostWholeDigits || (*whole == '0' && wholeDigits > 1)) return kNotQuick;
 
-  double size;
-  if (!quotient(digits.value, static_cast<std::size_t>(decimals), size)) return false;
-  value = std::bit_cast<double>(std::bit_cast<std::uint64_t>(size) | static_cast<std::uint64_t>(negative) << 63);
-  return true;
+  const double size = quotient(digits.value, static_cast<std::size_t>(decimals));
+  return std::bit_cast<double>(std::bit_cast<std::uint64_t>(size) | static_cast<std::uint64_t>(negative) << 63);
 }
 
 }  // namespace zrbtool

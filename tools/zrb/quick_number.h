@@ -10,9 +10,9 @@ namespace zrbtool {
 inline constexpr std::size_t kQuickNumberBytes = 32;
 
 // The value of a text of digits with an optional minus sign and point, the same as zrb::parseNumber() gives; only of plain
-// numbers (see isPlainNumber).  False for all other texts, and for numbers too long or too close to the middle between
+// numbers (see isPlainNumber).  NaN for all other texts, and for numbers too long or too close to the middle between
 // two doubles.
 // REQUIRES: kQuickNumberBytes may be read, whatever they are; the first one behind the text is no digit.
-bool readQuickNumber(std::string_view text, double& value);
+double readQuickNumber(std::string_view text);
 
 }  // namespace zrbtool
