@@ -118,7 +118,7 @@ TEST(QuickNumber, texts_at_and_beside_the_middle_between_two_doubles_are_rounded
   for (long i = 0; i < 100'000; ++i) {
     const double low =
         std::ldexp(static_cast<double>(random() >> 11 | std::uint64_t{1} << 52), -53 + static_cast<int>(random() % 12));
-    const long double middle = (static_cast<long double>(low) + std::nextafter(low, 1e9)) / 2;
+    const long double middle = (static_cast<long double>(low) + static_cast<long double>(std::nextafter(low, 1e9))) / 2;
     char text[64];
     std::snprintf(text, sizeof text, "%.*Lf", 15 + static_cast<int>(random() % 4), middle);
     takenRightly(text);
