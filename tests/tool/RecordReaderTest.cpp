@@ -65,6 +65,8 @@ Outcome outcomeOf(RecordReader& reader) {
       for (std::size_t i = 0; i < record->size(); ++i) {
         const std::string_view cell = (*record)[i];
         EXPECT_EQ(cell.data()[cell.size()], '\0');
+        const std::string readable(cell.data(), Record::kReadableBytes);  // what else they are does not matter
+        EXPECT_EQ(readable.substr(0, cell.size()), cell.substr(0, readable.size()));
         row.cells.emplace_back(cell);
       }
       outcome.rows.push_back(std::move(row));
