@@ -1,104 +1,22 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "RecordOutcome.h"
 #include "bounds.h"
-#include "byte_source.h"
-#include "libcsv_reader.h"
 #include "plain_reader.h"
 
 namespace {
 
 using zrbtool::AtEnd;
-using zrbtool::ByteSource;
-using zrbtool::CsvError;
-using zrbtool::CsvFormat;
-using zrbtool::LibcsvReader;
 using zrbtool::Record;
-using zrbtool::RecordReader;
-
-// Gives out at most `most` bytes at a time.
-class SmallReads : public ByteSource {
-public:
-  SmallReads(std::string text, std::size_t most) : m_text(std::move(text)), m_most(most) {}
-  std::size_t read(char* to, std::size_t size) override {
-    const std::size_t bytes = std::min({size, m_most, m_text.size() - m_at});
-    std::copy_n(m_text.data() + m_at, bytes, to);
-    m_at += bytes;
-    return bytes;
-  }
-
-private:
-  std::string m_text;
-  std::size_t m_most;
-  std::size_t m_at = 0;
-};
-
-struct Row {
-  long long line;
-  std::vector<std::string> cells;
-  bool operator==(const Row& other) const { return line == other.line && cells == other.cells; }
-};
-
-void PrintTo(const Row& row, std::ostream* stream) {
-  *stream << row.line << ":";
-  for (const std::string& cell : row.cells) *stream << " [" << cell << "]";
-}
-
-struct Outcome {
-  std::vector<Row> rows;
-  std::string error;  // LINE:COLUMN: what, found
-  long long lastLine;
-  bool operator==(const Outcome& other) const {
-    return rows == other.rows && error == other.error && lastLine == other.lastLine;
-  }
-};
-
-Outcome outcomeOf(RecordReader& reader) {
-  Outcome outcome;
-  try {
-    while (const Record* record = reader.next()) {
-      Row row{record->line(), {}};
-      for (std::size_t i = 0; i < record->size(); ++i) {
-        const std::string_view cell = (*record)[i];
-        EXPECT_EQ(cell.data()[cell.size()], '\0');
-        const std::string readable(cell.data(), Record::kReadableBytes);  // what else they are does not matter
-        EXPECT_EQ(readable.substr(0, cell.size()), cell.substr(0, readable.size()));
-        row.cells.emplace_back(cell);
-      }
-      outcome.rows.push_back(std::move(row));
-    }
-  } catch (const CsvError& error) {
-    outcome.error = std::to_string(error.line()) + ":" + std::to_string(error.column()) + ": " + error.finding().what +
-                    ", " + error.finding().found;
-  }
-  outcome.lastLine = reader.line();
-  return outcome;
-}
-
-// Of the reader that is used; libcsv alone has to agree.
-Outcome readAll(const std::string& text, const CsvFormat& format = {}, std::size_t readBytes = 1 << 20,
-                AtEnd atEnd = AtEnd::finish) {
-  SmallReads bytes(text, readBytes), sameBytes(text, readBytes);
-  const Outcome outcome = outcomeOf(*zrbtool::readRecords(bytes, format, 1, atEnd));
-  LibcsvReader libcsv(sameBytes, format, 1, atEnd);
-  const Outcome expected = outcomeOf(libcsv);
-  constexpr std::size_t kShown = 200;
-  EXPECT_TRUE(outcome == expected) << readBytes << " bytes at a time of "
-                                   << testing::PrintToString(text.substr(0, kShown)) << ": " << outcome.rows.size()
-                                   << " records, " << outcome.error << ", last line " << outcome.lastLine
-                                   << "; by libcsv " << expected.rows.size() << " records, " << expected.error
-                                   << ", last line " << expected.lastLine;
-  return outcome;
-}
 
 TEST(RecordReader, texts_are_split_as_rfc_4180_says) {
   const struct {
     const char* text;
-    std::vector<Row> rows;
+    std::vector<RecordRow> rows;
   } cases[] = {
       {"", {}},
       {"a", {{1, {"a"}}}},
@@ -116,19 +34,19 @@ TEST(RecordReader, texts_are_split_as_rfc_4180_says) {
       {"a;b\tc\n", {{1, {"a;b\tc"}}}},
   };
   for (const auto& c : cases) {
-    const Outcome outcome = readAll(c.text);
+    const RecordOutcome outcome = readAll(c.text);
     EXPECT_EQ(outcome.rows, c.rows) << c.text;
     EXPECT_EQ(outcome.error, "") << c.text;
   }
 }
 
 TEST(RecordReader, lines_without_text_are_no_records_but_count) {
-  EXPECT_EQ(readAll("\n\na\n\r\n\r\nb\n\n").rows, (std::vector<Row>{{3, {"a"}}, {6, {"b"}}}));
-  EXPECT_EQ(readAll("\r\ra\r\n\rb").rows, (std::vector<Row>{{3, {"a"}}, {5, {"b"}}}));
+  EXPECT_EQ(readAll("\n\na\n\r\n\r\nb\n\n").rows, (std::vector<RecordRow>{{3, {"a"}}, {6, {"b"}}}));
+  EXPECT_EQ(readAll("\r\ra\r\n\rb").rows, (std::vector<RecordRow>{{3, {"a"}}, {5, {"b"}}}));
 }
 
 TEST(RecordReader, line_ends_inside_cells_are_kept_and_counted) {
-  EXPECT_EQ(readAll("\"a\nb\r\nc\rd\",e\nf\n").rows, (std::vector<Row>{{1, {"a\nb\r\nc\rd", "e"}}, {5, {"f"}}}));
+  EXPECT_EQ(readAll("\"a\nb\r\nc\rd\",e\nf\n").rows, (std::vector<RecordRow>{{1, {"a\nb\r\nc\rd", "e"}}, {5, {"f"}}}));
 }
 
 TEST(RecordReader, a_cell_knows_the_line_in_which_it_begins) {
@@ -142,11 +60,11 @@ TEST(RecordReader, a_cell_knows_the_line_in_which_it_begins) {
 }
 
 TEST(RecordReader, delimiter_quotes_and_blanks_are_options) {
-  EXPECT_EQ(readAll("a;b,c\n", {';'}).rows, (std::vector<Row>{{1, {"a", "b,c"}}}));
-  EXPECT_EQ(readAll("\"a\",5\" pipe\n", {',', false}).rows, (std::vector<Row>{{1, {"\"a\"", "5\" pipe"}}}));
-  EXPECT_EQ(readAll(" a , \"b\" ,c d\n", {',', true, true}).rows, (std::vector<Row>{{1, {"a", "b", "c d"}}}));
+  EXPECT_EQ(readAll("a;b,c\n", {';'}).rows, (std::vector<RecordRow>{{1, {"a", "b,c"}}}));
+  EXPECT_EQ(readAll("\"a\",5\" pipe\n", {',', false}).rows, (std::vector<RecordRow>{{1, {"\"a\"", "5\" pipe"}}}));
+  EXPECT_EQ(readAll(" a , \"b\" ,c d\n", {',', true, true}).rows, (std::vector<RecordRow>{{1, {"a", "b", "c d"}}}));
   // A tab that separates cells is no blank around them.
-  EXPECT_EQ(readAll("a\t\t b\n", {'\t', true, true}).rows, (std::vector<Row>{{1, {"a", "", "b"}}}));
+  EXPECT_EQ(readAll("a\t\t b\n", {'\t', true, true}).rows, (std::vector<RecordRow>{{1, {"a", "", "b"}}}));
 }
 
 TEST(RecordReader, malformed_text_is_found_where_it_is_after_the_records_before_it) {
@@ -164,22 +82,22 @@ TEST(RecordReader, malformed_text_is_found_where_it_is_after_the_records_before_
   };
   for (const auto& c : cases)
     for (const std::size_t readBytes : {1u, 2u, 3u, 1000u}) {
-      const Outcome outcome = readAll(c.text, {}, readBytes);
+      const RecordOutcome outcome = readAll(c.text, {}, readBytes);
       EXPECT_EQ(outcome.rows.size(), c.rows) << c.text;
       EXPECT_EQ(outcome.error, c.error) << c.text;
     }
 }
 
 TEST(RecordReader, a_nul_is_refused_where_it_is) {
-  const Outcome outcome = readAll(std::string("a,b\nc,\"d\n\0e\"\n", 14));
-  EXPECT_EQ(outcome.rows, (std::vector<Row>{{1, {"a", "b"}}}));
+  const RecordOutcome outcome = readAll(std::string("a,b\nc,\"d\n\0e\"\n", 14));
+  EXPECT_EQ(outcome.rows, (std::vector<RecordRow>{{1, {"a", "b"}}}));
   EXPECT_EQ(outcome.error, "3:1: NUL byte, a byte 00 behind 'd\\n'");
 }
 
 TEST(RecordReader, the_last_record_of_a_sample_is_left_out_unless_its_line_has_ended) {
   const auto atEnd = AtEnd::dropCutRecord;
-  EXPECT_EQ(readAll("a,b\nc,d", {}, 1000, atEnd).rows, (std::vector<Row>{{1, {"a", "b"}}}));
-  EXPECT_EQ(readAll("a,b\nc,d\n", {}, 1000, atEnd).rows, (std::vector<Row>{{1, {"a", "b"}}, {2, {"c", "d"}}}));
+  EXPECT_EQ(readAll("a,b\nc,d", {}, 1000, atEnd).rows, (std::vector<RecordRow>{{1, {"a", "b"}}}));
+  EXPECT_EQ(readAll("a,b\nc,d\n", {}, 1000, atEnd).rows, (std::vector<RecordRow>{{1, {"a", "b"}}, {2, {"c", "d"}}}));
   EXPECT_EQ(readAll("a\n\"b", {}, 1000, atEnd).error, "");
 }
 
@@ -201,13 +119,13 @@ TEST(RecordReader, a_record_without_an_end_is_refused_before_it_fills_the_memory
 // ---- Against a splitter that knows the whole text ----
 
 // RFC 4180 by looking ahead, for texts that follow it.
-std::vector<Row> splitWhole(const std::string& text) {
-  std::vector<Row> rows;
+std::vector<RecordRow> splitWhole(const std::string& text) {
+  std::vector<RecordRow> rows;
   std::size_t at = 0;
   long long line = 1;
   const auto atLineEnd = [&] { return at == text.size() || text[at] == '\n' || text[at] == '\r'; };
   while (at < text.size()) {
-    Row row{line, {}};
+    RecordRow row{line, {}};
     const std::size_t begin = at;
     for (;;) {
       std::string cell;
@@ -260,77 +178,10 @@ TEST(RecordReader, random_texts_in_random_pieces_agree_with_a_splitter_of_whole_
   std::mt19937 random(4180);
   for (int i = 0; i < 2000; ++i) {
     const std::string text = randomCsv(random);
-    const Outcome outcome = readAll(text, {}, 1 + random() % 40);
+    const RecordOutcome outcome = readAll(text, {}, 1 + random() % 40);
     ASSERT_EQ(outcome.error, "") << text;
     ASSERT_EQ(outcome.rows, splitWhole(text)) << text;
   }
-}
-
-// ---- Against libcsv alone ----
-
-// Any text, most of it malformed, of the bytes that splitting looks at.
-std::string randomBytes(std::mt19937& random) {
-  static constexpr char kUsual[] = {'a', '1', ',', ',', '\n', '\n', '\r', '"', '"', ' ', '\t', ';', '\xFF', 'x'};
-  std::string text;
-  for (std::size_t i = 0, size = random() % 40; i < size; ++i)
-    text += random() % 200 == 0 ? '\0' : kUsual[random() % std::size(kUsual)];
-  return text;
-}
-
-TEST(RecordReader, random_bytes_in_random_pieces_are_split_and_refused_as_by_libcsv_alone) {
-  std::mt19937 random(3003);
-  const CsvFormat formats[] = {{}, {';'}, {'\t'}, {' '}, {'x'}, {',', false}, {',', true, true}, {'\t', true, true}};
-  for (int i = 0; i < 40'000 && !testing::Test::HasFailure(); ++i)
-    readAll(randomBytes(random), formats[random() % std::size(formats)], 1 + random() % 30,
-            random() % 4 ? AtEnd::finish : AtEnd::dropCutRecord);
-}
-
-// Gives out a text in two pieces.
-class TwoReads : public ByteSource {
-public:
-  TwoReads(std::string_view text, std::size_t first) : m_first(text.substr(0, first)), m_second(text.substr(first)) {}
-  std::size_t read(char* to, std::size_t size) override {
-    const std::size_t bytes = m_first.read(to, size);
-    return bytes > 0 ? bytes : m_second.read(to, size);
-  }
-
-private:
-  zrbtool::MemoryBytes m_first;
-  zrbtool::MemoryBytes m_second;
-};
-
-TEST(RecordReader, it_does_not_matter_where_the_bytes_are_cut) {
-  const std::string text =
-      "a,\"b,c\",d\r\n\"\"\"e\"\"\",\"\r\n\",f\r\r\n\n\"\",\"g\"\n" + std::string(70, 'h') + ",\"i\"\n1,2,\"3\"";
-  const Outcome whole = readAll(text);
-  ASSERT_EQ(whole.rows.size(), 5u);
-  for (std::size_t cut = 0; cut <= text.size(); ++cut) {
-    TwoReads bytes(text, cut);
-    EXPECT_TRUE(outcomeOf(*zrbtool::readRecords(bytes, {}, 1)) == whole) << cut;
-  }
-}
-
-TEST(RecordReader, lines_longer_than_a_block_are_split_as_by_libcsv_alone) {
-  constexpr std::size_t kBlock = 64 * 1024;
-  for (const std::size_t bytes : {kBlock - 2, kBlock - 1, kBlock, kBlock + 1, 5 * kBlock, 17 * kBlock}) {
-    const std::string cells = std::string(bytes / 2, 'a') + "," + std::string(bytes - bytes / 2 - 1, 'b');
-    EXPECT_EQ(readAll("1,2\n" + cells + "\n3,4\n").rows.size(), 3u) << bytes;
-    EXPECT_EQ(readAll(cells + ",\"\n\"\n" + cells, {}, kBlock / 3).rows.size(), 2u) << bytes;
-    EXPECT_NE(readAll(cells + "\n" + cells + "\"").error, "") << bytes;
-  }
-}
-
-// The records of usual texts are not copied, so they have to be whole wherever a block ends.
-TEST(RecordReader, every_record_of_a_text_of_many_blocks_arrives_whole) {
-  std::string text;
-  std::vector<Row> rows;
-  for (long long line = 1; text.size() < 300'000; ++line) {
-    const std::string number = std::to_string(line * 7919);
-    const bool quoted = line % 3 == 0;
-    text += number + (quoted ? ",\"q," + number + "\",\n" : ",level" + number + ",\r\n");
-    rows.push_back({line, {number, (quoted ? "q," : "level") + number, ""}});
-  }
-  for (const std::size_t readBytes : {1000u, 1'000'000u}) EXPECT_TRUE(readAll(text, {}, readBytes).rows == rows);
 }
 
 }  // namespace

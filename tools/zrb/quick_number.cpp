@@ -10,11 +10,13 @@ namespace zrbtool {
 
 namespace {
 
-// The value w / 10^k of a text with the digits w, k of them behind the point, is the upper half of a product of 64-bit
-// numbers: w and the rounded-down mantissa of 10^-k.  That half is below the exact value by less than 2 units of its last
-// place, by less than 4 once its highest bit is moved to the top, and rounding to the 53 bits of a double drops 11 bits
-// of it.  So the rounding is the right one unless those 11 bits lie so close below a half that the error may hide a half;
-// then, and for a tie, the answer is none.
+// A text with the digits w, k of them behind the point, is w / 10^k.  That is taken from the upper half of a product of
+// two 64-bit numbers, w with its highest bit at the top and the rounded-down mantissa of 10^-k (after D. Lemire, Number
+// Parsing at a Gigabyte per Second, Software: Practice and Experience 51(8), 2021).  The upper half is below the exact
+// value by less than 2 units of its last place, by less than 4 once its own highest bit is at the top.  Rounding to the
+// 53 bits of a double drops 11 bits of it, and is right unless these lie so close below a half that the error may hide
+// the half, or at it: then the answer is none.
+
 __extension__ using Wide = unsigned __int128;
 
 constexpr std::ptrdiff_t kMostDigits = 19;       // fit into 64 bits
