@@ -58,6 +58,12 @@ public:
   void readAll(char* bytes, long count) {
     if (read(m_handle, bytes, static_cast<std::size_t>(count)) != count) fail("can't read: %s", std::strerror(errno));
   }
+  // At most `count` bytes; none at the end of the file.
+  std::size_t readSome(char* bytes, std::size_t count) const {
+    const ssize_t got = read(m_handle, bytes, count);
+    if (got < 0) fail("can't read: %s", std::strerror(errno));
+    return static_cast<std::size_t>(got);
+  }
 
 private:
   int m_handle;

@@ -1,80 +1,22 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "byte_source.h"
-#include "libcsv_reader.h"
+#include "RecordOutcome.h"
+#include "bounds.h"
+#include "plain_reader.h"
 
 namespace {
 
-using zrbtool::ByteSource;
-using zrbtool::CsvError;
-using zrbtool::CsvFormat;
-using zrbtool::LibcsvReader;
+using zrbtool::AtEnd;
 using zrbtool::Record;
-
-// Gives out at most `most` bytes at a time.
-class SmallReads : public ByteSource {
-public:
-  SmallReads(std::string text, std::size_t most) : m_text(std::move(text)), m_most(most) {}
-  std::size_t read(char* to, std::size_t size) override {
-    const std::size_t bytes = std::min({size, m_most, m_text.size() - m_at});
-    std::copy_n(m_text.data() + m_at, bytes, to);
-    m_at += bytes;
-    return bytes;
-  }
-
-private:
-  std::string m_text;
-  std::size_t m_most;
-  std::size_t m_at = 0;
-};
-
-struct Row {
-  long long line;
-  std::vector<std::string> cells;
-  bool operator==(const Row& other) const { return line == other.line && cells == other.cells; }
-};
-
-void PrintTo(const Row& row, std::ostream* stream) {
-  *stream << row.line << ":";
-  for (const std::string& cell : row.cells) *stream << " [" << cell << "]";
-}
-
-struct Outcome {
-  std::vector<Row> rows;
-  std::string error;  // LINE:COLUMN: what, found
-};
-
-Outcome readAll(const std::string& text, const CsvFormat& format = {}, std::size_t readBytes = 1 << 20,
-                LibcsvReader::AtEnd atEnd = LibcsvReader::AtEnd::finish) {
-  SmallReads bytes(text, readBytes);
-  LibcsvReader reader(bytes, format, 1, atEnd);
-  Outcome outcome;
-  try {
-    while (const Record* record = reader.next()) {
-      Row row{record->line(), {}};
-      for (std::size_t i = 0; i < record->size(); ++i) {
-        const std::string_view cell = (*record)[i];
-        EXPECT_EQ(cell.data()[cell.size()], '\0');
-        row.cells.emplace_back(cell);
-      }
-      outcome.rows.push_back(std::move(row));
-    }
-  } catch (const CsvError& error) {
-    outcome.error = std::to_string(error.line()) + ":" + std::to_string(error.column()) + ": " + error.finding().what +
-                    ", " + error.finding().found;
-  }
-  return outcome;
-}
 
 TEST(RecordReader, texts_are_split_as_rfc_4180_says) {
   const struct {
     const char* text;
-    std::vector<Row> rows;
+    std::vector<RecordRow> rows;
   } cases[] = {
       {"", {}},
       {"a", {{1, {"a"}}}},
@@ -92,37 +34,37 @@ TEST(RecordReader, texts_are_split_as_rfc_4180_says) {
       {"a;b\tc\n", {{1, {"a;b\tc"}}}},
   };
   for (const auto& c : cases) {
-    const Outcome outcome = readAll(c.text);
+    const RecordOutcome outcome = readAll(c.text);
     EXPECT_EQ(outcome.rows, c.rows) << c.text;
     EXPECT_EQ(outcome.error, "") << c.text;
   }
 }
 
 TEST(RecordReader, lines_without_text_are_no_records_but_count) {
-  EXPECT_EQ(readAll("\n\na\n\r\n\r\nb\n\n").rows, (std::vector<Row>{{3, {"a"}}, {6, {"b"}}}));
-  EXPECT_EQ(readAll("\r\ra\r\n\rb").rows, (std::vector<Row>{{3, {"a"}}, {5, {"b"}}}));
+  EXPECT_EQ(readAll("\n\na\n\r\n\r\nb\n\n").rows, (std::vector<RecordRow>{{3, {"a"}}, {6, {"b"}}}));
+  EXPECT_EQ(readAll("\r\ra\r\n\rb").rows, (std::vector<RecordRow>{{3, {"a"}}, {5, {"b"}}}));
 }
 
 TEST(RecordReader, line_ends_inside_cells_are_kept_and_counted) {
-  EXPECT_EQ(readAll("\"a\nb\r\nc\rd\",e\nf\n").rows, (std::vector<Row>{{1, {"a\nb\r\nc\rd", "e"}}, {5, {"f"}}}));
+  EXPECT_EQ(readAll("\"a\nb\r\nc\rd\",e\nf\n").rows, (std::vector<RecordRow>{{1, {"a\nb\r\nc\rd", "e"}}, {5, {"f"}}}));
 }
 
 TEST(RecordReader, a_cell_knows_the_line_in_which_it_begins) {
   SmallReads bytes("x\n\"1\n2\",\"3\r\n4\",5\n", 1000);
-  LibcsvReader reader(bytes, {});
-  reader.next();
-  const Record* record = reader.next();
+  const auto reader = zrbtool::readRecords(bytes, {}, 1);
+  reader->next();
+  const Record* record = reader->next();
   EXPECT_EQ(record->lineOf(0), 2);
   EXPECT_EQ(record->lineOf(1), 3);
   EXPECT_EQ(record->lineOf(2), 4);
 }
 
 TEST(RecordReader, delimiter_quotes_and_blanks_are_options) {
-  EXPECT_EQ(readAll("a;b,c\n", {';'}).rows, (std::vector<Row>{{1, {"a", "b,c"}}}));
-  EXPECT_EQ(readAll("\"a\",5\" pipe\n", {',', false}).rows, (std::vector<Row>{{1, {"\"a\"", "5\" pipe"}}}));
-  EXPECT_EQ(readAll(" a , \"b\" ,c d\n", {',', true, true}).rows, (std::vector<Row>{{1, {"a", "b", "c d"}}}));
+  EXPECT_EQ(readAll("a;b,c\n", {';'}).rows, (std::vector<RecordRow>{{1, {"a", "b,c"}}}));
+  EXPECT_EQ(readAll("\"a\",5\" pipe\n", {',', false}).rows, (std::vector<RecordRow>{{1, {"\"a\"", "5\" pipe"}}}));
+  EXPECT_EQ(readAll(" a , \"b\" ,c d\n", {',', true, true}).rows, (std::vector<RecordRow>{{1, {"a", "b", "c d"}}}));
   // A tab that separates cells is no blank around them.
-  EXPECT_EQ(readAll("a\t\t b\n", {'\t', true, true}).rows, (std::vector<Row>{{1, {"a", "", "b"}}}));
+  EXPECT_EQ(readAll("a\t\t b\n", {'\t', true, true}).rows, (std::vector<RecordRow>{{1, {"a", "", "b"}}}));
 }
 
 TEST(RecordReader, malformed_text_is_found_where_it_is_after_the_records_before_it) {
@@ -140,32 +82,36 @@ TEST(RecordReader, malformed_text_is_found_where_it_is_after_the_records_before_
   };
   for (const auto& c : cases)
     for (const std::size_t readBytes : {1u, 2u, 3u, 1000u}) {
-      const Outcome outcome = readAll(c.text, {}, readBytes);
+      const RecordOutcome outcome = readAll(c.text, {}, readBytes);
       EXPECT_EQ(outcome.rows.size(), c.rows) << c.text;
       EXPECT_EQ(outcome.error, c.error) << c.text;
     }
 }
 
 TEST(RecordReader, a_nul_is_refused_where_it_is) {
-  const Outcome outcome = readAll(std::string("a,b\nc,\"d\n\0e\"\n", 14));
-  EXPECT_EQ(outcome.rows, (std::vector<Row>{{1, {"a", "b"}}}));
+  const RecordOutcome outcome = readAll(std::string("a,b\nc,\"d\n\0e\"\n", 14));
+  EXPECT_EQ(outcome.rows, (std::vector<RecordRow>{{1, {"a", "b"}}}));
   EXPECT_EQ(outcome.error, "3:1: NUL byte, a byte 00 behind 'd\\n'");
 }
 
 TEST(RecordReader, the_last_record_of_a_sample_is_left_out_unless_its_line_has_ended) {
-  const auto atEnd = LibcsvReader::AtEnd::dropCutRecord;
-  EXPECT_EQ(readAll("a,b\nc,d", {}, 1000, atEnd).rows, (std::vector<Row>{{1, {"a", "b"}}}));
-  EXPECT_EQ(readAll("a,b\nc,d\n", {}, 1000, atEnd).rows, (std::vector<Row>{{1, {"a", "b"}}, {2, {"c", "d"}}}));
+  const auto atEnd = AtEnd::dropCutRecord;
+  EXPECT_EQ(readAll("a,b\nc,d", {}, 1000, atEnd).rows, (std::vector<RecordRow>{{1, {"a", "b"}}}));
+  EXPECT_EQ(readAll("a,b\nc,d\n", {}, 1000, atEnd).rows, (std::vector<RecordRow>{{1, {"a", "b"}}, {2, {"c", "d"}}}));
   EXPECT_EQ(readAll("a\n\"b", {}, 1000, atEnd).error, "");
 }
 
 TEST(RecordReader, a_record_without_an_end_is_refused_before_it_fills_the_memory) {
-  const std::size_t bytes = LibcsvReader::kLongestRecord;
+  const std::size_t bytes = zrbtool::kLongestRecord;
   EXPECT_EQ(readAll("a\n\"" + std::string(bytes + 100'000, 'x')).error,
             "2:0: record too long, more than 4194304 bytes without an end");
   std::string manyCells = "a\n";
   while (manyCells.size() < bytes + 100'000) manyCells += "1234567,";
-  EXPECT_NE(readAll(manyCells).error.find(": record too long, "), std::string::npos);
+  const std::string error = readAll(manyCells).error;
+  EXPECT_NE(error.find(": record too long, "), std::string::npos);
+  // Wherever the pieces end.
+  for (const std::size_t readBytes : {1000u, 100'000u, 10'000'000u})
+    EXPECT_EQ(readAll(manyCells, {}, readBytes).error, error);
   // One that is nearly as long is not.
   EXPECT_EQ(readAll(std::string(bytes - 100'000, 'x') + "\n").rows.size(), 1u);
 }
@@ -173,13 +119,13 @@ TEST(RecordReader, a_record_without_an_end_is_refused_before_it_fills_the_memory
 // ---- Against a splitter that knows the whole text ----
 
 // RFC 4180 by looking ahead, for texts that follow it.
-std::vector<Row> splitWhole(const std::string& text) {
-  std::vector<Row> rows;
+std::vector<RecordRow> splitWhole(const std::string& text) {
+  std::vector<RecordRow> rows;
   std::size_t at = 0;
   long long line = 1;
   const auto atLineEnd = [&] { return at == text.size() || text[at] == '\n' || text[at] == '\r'; };
   while (at < text.size()) {
-    Row row{line, {}};
+    RecordRow row{line, {}};
     const std::size_t begin = at;
     for (;;) {
       std::string cell;
@@ -232,7 +178,7 @@ TEST(RecordReader, random_texts_in_random_pieces_agree_with_a_splitter_of_whole_
   std::mt19937 random(4180);
   for (int i = 0; i < 2000; ++i) {
     const std::string text = randomCsv(random);
-    const Outcome outcome = readAll(text, {}, 1 + random() % 40);
+    const RecordOutcome outcome = readAll(text, {}, 1 + random() % 40);
     ASSERT_EQ(outcome.error, "") << text;
     ASSERT_EQ(outcome.rows, splitWhole(text)) << text;
   }

@@ -1,7 +1,12 @@
 // What the tool accepts at most.
 #pragma once
 
+#include <cstddef>
+
 namespace zrbtool {
+
+// Bytes of a CSV record that has not ended, give or take a block.
+inline constexpr std::size_t kLongestRecord = std::size_t{4} << 20;
 
 // Different texts of a factor column.
 inline constexpr long kMostLevels = 65534;

@@ -41,13 +41,14 @@ CsvNode::CsvNode(std::string file, CsvLayout layout, std::vector<std::size_t> co
     : m_file(std::move(file)),
       m_layout(std::move(layout)),
       m_columns(std::move(columns)),
+      m_options(options),
       m_na(options.na),
-      m_fill(options.fill),
       m_reader(reader) {}
 
 void CsvNode::prepare() {
   m_writer = &output();
   m_buf = m_writer->getBuf();
+  m_quick.emplace(*m_writer, m_options);
 }
 
 long CsvNode::work(long rows) try {
@@ -63,7 +64,7 @@ long CsvNode::work(long rows) try {
 
 void CsvNode::writeRecord(long row, const Record& record) {
   const std::size_t expected = m_layout.columns.size();
-  if (record.size() != expected && !(m_fill && record.size() < expected)) {
+  if (record.size() != expected && !(m_options.fill && record.size() < expected)) {
     const bool tooLong = record.size() > expected;
     const std::size_t at = tooLong ? expected : record.size();
     throw CsvError(record.lineOf(tooLong ? expected : record.size() - 1), at,
@@ -71,10 +72,12 @@ void CsvNode::writeRecord(long row, const Record& record) {
                     fmt::format("{} as in line {} ({}--delimiter, --skip and --no-quotes change how lines are split)",
                                 expected, m_layout.firstLine, tooLong ? "" : "--fill takes missing cells as NA, ")});
   }
+  m_quick->startRow(row);
   for (std::size_t i = 0; i < m_columns.size(); ++i) {
     const std::size_t column = m_columns[i];
+    const std::string_view cell = column < record.size() ? record[column] : std::string_view("", 0);
+    if (m_quick->write(i, cell)) continue;
     try {
-      const std::string_view cell = column < record.size() ? record[column] : std::string_view("", 0);
       writeCell(row, static_cast<long>(i), m_layout.columns[column], cell);
     } catch (BadCell& bad) {
       throw CsvError(record.lineOf(column), column, std::move(bad.finding));
@@ -130,6 +133,7 @@ void CsvNode::writeLevel(long row, long column, const ColumnPlan& plan, std::str
         {"too many levels", fmt::format("{} as the {}th text", quote(cell), kMostLevels + 1),
          fmt::format("at most {} different texts ({} has no such limit)", kMostLevels, typesHint(plan, "string"))}};
   m_writer->setLevelNum(row, column, level);
+  m_quick->rememberLevel(static_cast<std::size_t>(column), cell, level);
 }
 
 void CsvNode::writeText(long row, long column, const ColumnPlan& plan, std::string_view cell) {

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "cell_text.h"
 #include "csv_options.h"
+#include "quick_cells.h"
 #include "record_reader.h"
 #include "sniffer.h"
 #include "zrb/node.h"
@@ -47,12 +49,13 @@ private:
   std::string m_file;
   CsvLayout m_layout;
   std::vector<std::size_t> m_columns;
+  CsvOptions m_options;
   NaTexts m_na;
-  bool m_fill;
   RecordReader& m_reader;
   RecordObserver* m_observer = nullptr;
   ZRBBuf* m_buf = nullptr;
   ZRBBufWriter* m_writer = nullptr;
+  std::optional<QuickCells> m_quick;
 };
 
 }  // namespace zrbtool

@@ -8,6 +8,7 @@
 #include "bounds.h"
 #include "column_choice.h"
 #include "failure.h"
+#include "plain_reader.h"
 #include "zrb/column.h"
 #include "zrb/property.h"
 
@@ -53,15 +54,15 @@ private:
 class CsvRecords : public RecordReader {
 public:
   CsvRecords(FileBytes& bytes, const std::string& file, const CsvFormat& format, long long line)
-      : m_bytes(bytes, file), m_reader(m_bytes, format, line) {
-    m_bytes.knowLine(m_reader);
+      : m_bytes(bytes, file), m_reader(readRecords(m_bytes, format, line)) {
+    m_bytes.knowLine(*m_reader);
   }
-  const Record* next() override { return m_reader.next(); }
-  long long line() const override { return m_reader.line(); }
+  const Record* next() override { return m_reader->next(); }
+  long long line() const override { return m_reader->line(); }
 
 private:
   NamedBytes m_bytes;
-  LibcsvReader m_reader;
+  std::unique_ptr<RecordReader> m_reader;
 };
 
 std::string delimiterName(char delimiter) {
@@ -155,7 +156,7 @@ void CsvSource::sniff(const CsvOptions& options) {
     }
     const bool isAll = sample.size() < wanted;
     // Without a line end there is no whole record yet.
-    if (!isAll && sample.find_first_of("\r\n") == std::string_view::npos && wanted < LibcsvReader::kLongestRecord) {
+    if (!isAll && sample.find_first_of("\r\n") == std::string_view::npos && wanted < kLongestRecord) {
       wanted *= 2;
       continue;
     }

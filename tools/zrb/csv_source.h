@@ -7,7 +7,7 @@
 
 #include "byte_source.h"
 #include "csv_node.h"
-#include "libcsv_reader.h"
+#include "record_reader.h"
 #include "table_source.h"
 #include "zrb/handle.h"
 

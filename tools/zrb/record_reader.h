@@ -34,12 +34,42 @@ private:
   Finding m_finding;
 };
 
+// What the end of the bytes means: the end of the text, or only of a sample of it, whose last record may be cut.
+enum class AtEnd { finish, dropCutRecord };
+
 // Lines that begin inside the text: line feeds, and carriage returns without one.
 long long countLineEnds(std::string_view text);
+
+// Counts the lines of a text that is split from its beginning to its end.
+class LineCounter {
+public:
+  explicit LineCounter(long long firstLine) : m_line(firstLine) {}
+
+  long long line() const { return m_line; }
+  // Text within a line, or of a cell that holds line ends of its own.
+  void passText() { m_after_return = false; }
+  void passCell(std::string_view cell) {
+    m_line += countLineEnds(cell);
+    m_after_return = false;
+  }
+  // A carriage return or line feed; one of each in this order ends one line.
+  void endLine(char terminator) {
+    const bool ofReturn = terminator == '\n' && m_after_return;
+    if (!ofReturn) ++m_line;
+    m_after_return = terminator == '\r';
+  }
+
+private:
+  long long m_line;
+  bool m_after_return = false;  // the last thing seen was a carriage return that ended a line
+};
 
 // One record, borrowed from its reader.
 class Record {
 public:
+  // So many bytes from the beginning of a cell on may be read, whatever they are.
+  static constexpr std::size_t kReadableBytes = 32;
+
   // Where a cell lies behind `base`; the byte after it is a NUL.
   struct Cell {
     std::size_t offset;

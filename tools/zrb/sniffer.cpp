@@ -10,7 +10,7 @@
 #include "bounds.h"
 #include "byte_source.h"
 #include "cell_text.h"
-#include "libcsv_reader.h"
+#include "plain_reader.h"
 #include "utf8.h"
 #include "zrb/iso_date.h"
 
@@ -32,13 +32,12 @@ constexpr std::size_t kUsualStringBytes = 256;
 class SampleReader {
 public:
   SampleReader(std::string_view sample, bool isAll, const CsvFormat& format, long long line)
-      : m_bytes(sample),
-        m_reader(m_bytes, format, line, isAll ? LibcsvReader::AtEnd::finish : LibcsvReader::AtEnd::dropCutRecord) {}
-  const Record* next() { return m_reader.next(); }
+      : m_bytes(sample), m_reader(readRecords(m_bytes, format, line, isAll ? AtEnd::finish : AtEnd::dropCutRecord)) {}
+  const Record* next() { return m_reader->next(); }
 
 private:
   MemoryBytes m_bytes;
-  LibcsvReader m_reader;
+  std::unique_ptr<RecordReader> m_reader;
 };
 
 // ---- Delimiter ----
