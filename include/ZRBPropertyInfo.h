@@ -5,7 +5,7 @@ class ZRBProc;
 
 // One property request, implemented by the host: it carries the property's name and, for a set, the argument; for a get
 // it receives the result.  The library only ever asks "are you <name>?" in a fixed order and then reads arguments or
-// stores one result.
+// stores one result.  docs/properties.md lists all properties.
 //
 // The order of the virtual operations is binary interface.  The library never deletes a request, calls neither reserved
 // entry, and keeps no pointer to a request after the call.
