@@ -5,7 +5,7 @@ class ZRBProc;
 
 // One property request, implemented by the host: it carries the property's name and, for a set, the argument; for a get
 // it receives the result.  The library only ever asks "are you <name>?" in a fixed order and then reads arguments or
-// stores one result.
+// stores one result.  docs/properties.md lists all properties.
 //
 // An implementation may throw: the exception passes through the library, which changes nothing after it.  (Through the
 // property "execute" of a pipeline it passes as well; what a node throws while it runs ends in the pipeline.)
