@@ -10,24 +10,9 @@
 #include "ZRBBufReader.h"
 #include "ZRBBufWriter.h"
 #include "ZRBProc.h"
+#include "base/pointer_list.h"
 #include "buf/buf_access.h"
 #include "buf/saturating.h"
-
-namespace {
-
-template <class End>
-End* listed(const std::vector<End*>& ends, int index) {
-  if (index < 0 || static_cast<std::size_t>(index) >= ends.size()) return nullptr;
-  return ends[static_cast<std::size_t>(index)];
-}
-
-template <class End>
-void removeFirst(std::vector<End*>& ends, End* end) {
-  const auto found = std::find(ends.begin(), ends.end(), end);
-  if (found != ends.end()) ends.erase(found);
-}
-
-}  // namespace
 
 ZRBBufWriter* ZRBBuf::createBufWriter(ZRBProc* proc) {
   ZRBBufWriter* writer = newBufWriter(proc);
@@ -44,14 +29,14 @@ ZRBBufReader* ZRBBuf::createBufReader(ZRBProc* proc) {
 void ZRBBuf::deleteBufWriter(ZRBBufWriter* writer) {
   if (!writer) return;
   unlinkBufWriter(writer);
-  removeFirst(m_writers, writer);
+  removeEntries(m_writers, writer);
   delete writer;
 }
 
 void ZRBBuf::deleteBufReader(ZRBBufReader* reader) {
   if (!reader) return;
   unlinkBufReader(reader);
-  removeFirst(m_readers, reader);
+  removeEntries(m_readers, reader);
   delete reader;
 }
 
@@ -71,8 +56,8 @@ void ZRBBuf::unlinkBufReader(ZRBBufReader* reader) {
 
 long ZRBBuf::getNumReaders() { return static_cast<long>(m_readers.size()); }
 long ZRBBuf::getNumWriters() { return static_cast<long>(m_writers.size()); }
-ZRBBufReader* ZRBBuf::getBufReader(int index) { return listed(m_readers, index); }
-ZRBBufWriter* ZRBBuf::getBufWriter(int index) { return listed(m_writers, index); }
+ZRBBufReader* ZRBBuf::getBufReader(int index) { return entryOf(m_readers, index); }
+ZRBBufWriter* ZRBBuf::getBufWriter(int index) { return entryOf(m_writers, index); }
 
 ZRBProc* ZRBBuf::getBufReaderProc(int index) {
   ZRBBufReader* reader = getBufReader(index);

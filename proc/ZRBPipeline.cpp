@@ -6,6 +6,7 @@
 
 #include "ZRBBuf.h"
 #include "ZRBProc.h"
+#include "base/pointer_list.h"
 #include "base/property_table.h"
 
 using namespace property;
@@ -15,21 +16,10 @@ namespace {
 constexpr std::size_t kReservedEntries = 10;
 
 template <class Object>
-void removeEntry(std::vector<Object*>& list, Object* object) {
-  list.erase(std::remove(list.begin(), list.end(), object), list.end());
-}
-
-template <class Object>
 void moveToEnd(std::vector<Object*>& list, Object* object) {
   if (!object) return;
-  removeEntry(list, object);
+  removeEntries(list, object);
   list.push_back(object);
-}
-
-template <class Object>
-Object* listEntry(const std::vector<Object*>& list, int index) {
-  if (index < 0 || static_cast<std::size_t>(index) >= list.size()) return nullptr;
-  return list[static_cast<std::size_t>(index)];
 }
 
 template <class Object>
@@ -72,15 +62,15 @@ int ZRBPipeline::init() {
 }
 
 void ZRBPipeline::addProc(ZRBProc* proc) { moveToEnd(m_procs, proc); }
-void ZRBPipeline::removeProc(ZRBProc* proc) { removeEntry(m_procs, proc); }
+void ZRBPipeline::removeProc(ZRBProc* proc) { removeEntries(m_procs, proc); }
 long ZRBPipeline::getNumProcs() { return static_cast<long>(m_procs.size()); }
-ZRBProc* ZRBPipeline::getProc(int index) { return listEntry(m_procs, index); }
+ZRBProc* ZRBPipeline::getProc(int index) { return entryOf(m_procs, index); }
 ZRBProc* ZRBPipeline::getProc(const char* name) { return firstNamed(m_procs, name); }
 
 void ZRBPipeline::addBuf(ZRBBuf* buf) { moveToEnd(m_bufs, buf); }
-void ZRBPipeline::removeBuf(ZRBBuf* buf) { removeEntry(m_bufs, buf); }
+void ZRBPipeline::removeBuf(ZRBBuf* buf) { removeEntries(m_bufs, buf); }
 long ZRBPipeline::getNumBufs() { return static_cast<long>(m_bufs.size()); }
-ZRBBuf* ZRBPipeline::getBuf(int index) { return listEntry(m_bufs, index); }
+ZRBBuf* ZRBPipeline::getBuf(int index) { return entryOf(m_bufs, index); }
 ZRBBuf* ZRBPipeline::getBuf(const char* name) { return firstNamed(m_bufs, name); }
 
 void ZRBPipeline::execute(long long maxCount) {

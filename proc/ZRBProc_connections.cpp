@@ -5,14 +5,9 @@
 #include "ZRBBufReader.h"
 #include "ZRBBufWriter.h"
 #include "ZRBProc.h"
+#include "base/pointer_list.h"
 
 namespace {
-
-template <class End>
-End* entry(const std::vector<End*>& ends, int index) {
-  if (index < 0 || static_cast<std::size_t>(index) >= ends.size()) return nullptr;
-  return ends[static_cast<std::size_t>(index)];
-}
 
 // Entries up to the last one that is connected.
 template <class End>
@@ -61,8 +56,8 @@ void ZRBProc::setOutputBuf(int index, ZRBBuf* buf) {
       [&] { return buf->createBufWriter(this); });
 }
 
-ZRBBufReader* ZRBProc::getInputBufReader(int index) { return entry(m_inputs, index); }
-ZRBBufWriter* ZRBProc::getOutputBufWriter(int index) { return entry(m_outputs, index); }
+ZRBBufReader* ZRBProc::getInputBufReader(int index) { return entryOf(m_inputs, index); }
+ZRBBufWriter* ZRBProc::getOutputBufWriter(int index) { return entryOf(m_outputs, index); }
 
 ZRBBuf* ZRBProc::getInputBuf(int index) {
   ZRBBufReader* reader = getInputBufReader(index);
