@@ -20,13 +20,15 @@ double valueAt(const char* row, int lane) {
 count_kernel::Update chooseUpdate(Simd simd, int lanes) {
   const count_kernel::Updates& updates =
       simd == Simd::baseline ? count_kernel::kBaselineUpdates : count_kernel::kAvx2Updates;
-  return updates.byLanes[lanes / kLaneStep - 1];
+  return lanes == 1 ? updates.one : updates.byLanes[lanes / kLaneStep - 1];
 }
 
 }  // namespace
 
 CountAbreast::CountAbreast(Simd simd, ZRBProcCountColumnInfo* const* infos, int columns)
-    : m_infos(infos), m_columns(columns), m_lanes((columns + kLaneStep - 1) / kLaneStep * kLaneStep) {
+    : m_infos(infos),
+      m_columns(columns),
+      m_lanes(columns == 1 ? 1 : (columns + kLaneStep - 1) / kLaneStep * kLaneStep) {
   m_update = chooseUpdate(simd, m_lanes);
   const double nan = std::numeric_limits<double>::quiet_NaN();
   for (int lane = m_columns; lane < m_lanes; ++lane)

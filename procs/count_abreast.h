@@ -19,7 +19,7 @@ public:
   CountAbreast(const CountAbreast&) = delete;
   CountAbreast& operator=(const CountAbreast&) = delete;
 
-  // Lanes per row of what addRows takes: the columns, filled up to a multiple of kLaneStep.
+  // Lanes per row of what addRows takes: one for one column, else the columns filled up to a multiple of kLaneStep.
   int lanes() const { return m_lanes; }
 
   // Adds rows of lanes() doubles; lanes that fill up hold NaN.

@@ -23,8 +23,9 @@ struct Lanes {
 // NaN is passed over.  REQUIRES: a lane with n = 0 has only NaN in these rows.
 using Update = void (*)(const char* firstRow, long strideBytes, long rows, Lanes& lanes);
 
-// Updates by number of lanes: [0] takes kLaneStep lanes, [1] twice as many, ...
+// Updates by number of lanes: [0] takes kLaneStep lanes, [1] twice as many, ...  One lane has its own.
 struct Updates {
+  Update one;
   Update byLanes[kMaxLanes / kLaneStep];
 };
 extern const Updates kBaselineUpdates;

@@ -86,7 +86,7 @@ TEST(CountAbreast, any_number_of_columns_gives_the_bits_of_the_plain_update) {
 TEST(CountAbreast, columns_may_see_their_first_value_at_any_row) {
   std::mt19937_64 generator(2);
   for (int round = 0; round < 50; ++round) {
-    std::vector<std::vector<double>> columns(7, std::vector<double>(40, kNaN));
+    std::vector<std::vector<double>> columns(round % 5 == 0 ? 1 : 7, std::vector<double>(40, kNaN));
     for (auto& column : columns)
       for (std::size_t row = generator() % 50; row < column.size(); ++row)
         if (generator() % 3 != 0) column[row] = static_cast<double>(generator() % 9) - 4.0;
