@@ -3,6 +3,7 @@
 // The same records, in the same order, and the same bits as the plain loops of ZRBProcCount.cpp: count records come from
 // factor columns only, column by column and row by row; statistics do not depend on each other across columns.
 #include <algorithm>
+#include <cstring>
 
 #include "ZRBProcCount.h"
 #include "buf/buf_access.h"
@@ -15,6 +16,7 @@
 
 namespace {
 
+using count_kernel::kLaneStep;
 using count_kernel::kMaxLanes;
 
 // ---- The cells of one column, measured into every `step`-th double ----
@@ -33,6 +35,12 @@ void gatherCells(Cells cells, double* values, long step, Measure measure) {
 
 void gatherDoubles(Cells cells, double* values, long step) {
   gatherCells(cells, values, step, [](const char* cell) { return cell::load<double>(cell); });
+}
+
+// kLaneStep columns at once.
+void gatherNeighbours(Cells cells, double* values, long step) {
+  for (long row = 0; row < cells.rows; ++row, cells.first += cells.strideBytes, values += step)
+    std::memcpy(values, cells.first, kLaneStep * sizeof(double));
 }
 
 void gatherTimeDates(Cells cells, double* values, long step) {
@@ -60,11 +68,7 @@ public:
   }
 
   // Neighbouring doubles need not be gathered.
-  bool isPacked() const {
-    for (int i = 0; i < m_columns; ++i)
-      if (m_places[i].type != ZRBBuf::column_double || m_places[i].offset != m_places[0].offset + 8L * i) return false;
-    return true;
-  }
+  bool isPacked() const { return areNeighbours(0, m_columns); }
 
   const char* firstCell(long ringRow) const { return m_buf.at(ringRow, m_places[0]); }
   long rowBytes() const { return m_buf.rowBytes(); }
@@ -76,7 +80,12 @@ public:
       const Cells cells{m_buf.at(run.ringRow + from, place), m_buf.rowBytes(), rows};
       switch (place.type) {
         case ZRBBuf::column_double:
-          gatherDoubles(cells, block + i, lanes);
+          if (areNeighbours(i, kLaneStep)) {
+            gatherNeighbours(cells, block + i, lanes);
+            i += kLaneStep - 1;
+          } else {
+            gatherDoubles(cells, block + i, lanes);
+          }
           break;
         case ZRBBuf::column_factor:
           gatherLevels(cells, block + i, lanes, *m_levels[i]);
@@ -92,6 +101,15 @@ public:
   }
 
 private:
+  // Whether `columns` columns from the i-th on are doubles, one behind the other in a row.
+  bool areNeighbours(int i, int columns) const {
+    if (i + columns > m_columns) return false;
+    for (int j = i; j < i + columns; ++j)
+      if (m_places[j].type != ZRBBuf::column_double || m_places[j].offset != m_places[i].offset + 8L * (j - i))
+        return false;
+    return true;
+  }
+
   ZRBBufReader& m_reader;
   BufAccess m_buf;
   int m_firstColumn;
