@@ -154,13 +154,11 @@ void ZRBProcCount::countGroup(ZRBBufReader& reader, long rows, int firstColumn, 
   }
   alignas(64) double block[CountAbreast::kBlockRows * kMaxLanes];
   std::fill(std::begin(block), std::end(block), conversions::kDoubleNA);  // for lanes that fill up
-  // A short block of one column is gathered while the processor waits for the divisions of the block before.
-  const long blockRows = lanes == 1 ? CountAbreast::kBlockRows / 4 : CountAbreast::kBlockRows;
   forEachChunkRun(reader, rows, [&](const ChunkRun& run) {
-    for (long from = 0; from < run.rows; from += blockRows) {
-      const long count = std::min(run.rows - from, blockRows);
-      group.gather(run, from, count, block, lanes);
-      statistics.addRows(reinterpret_cast<const char*>(block), lanes * static_cast<long>(sizeof(double)), count);
+    for (long from = 0; from < run.rows; from += CountAbreast::kBlockRows) {
+      const long blockRows = std::min(run.rows - from, CountAbreast::kBlockRows);
+      group.gather(run, from, blockRows, block, lanes);
+      statistics.addRows(reinterpret_cast<const char*>(block), lanes * static_cast<long>(sizeof(double)), blockRows);
     }
   });
 }

@@ -94,6 +94,32 @@ TEST(CountAbreast, columns_may_see_their_first_value_at_any_row) {
   }
 }
 
+TEST(CountAbreast, a_column_alone_has_the_bits_of_the_plain_update_wherever_its_mean_goes) {
+  std::mt19937_64 generator(3);
+  std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+  const auto columnOf = [](auto value) {
+    std::vector<double> column;
+    for (int row = 0; row < 3000; ++row) column.push_back(value(row));
+    return column;
+  };
+  const std::vector<std::vector<double>> columns = {
+      columnOf([&](int) { return uniform(generator); }),                           // a mean around 0
+      columnOf([&](int row) { return std::ldexp(uniform(generator), row / 2); }),  // every value outgrows the mean
+      columnOf([&](int row) { return std::ldexp(uniform(generator), -row / 2); }),
+      columnOf([&](int) { return std::ldexp(uniform(generator), static_cast<int>(generator() % 2098) - 1074); }),
+      columnOf([&](int) { return 0x1p-1074 * static_cast<double>(generator() % 5); }),  // quotients underflow
+      columnOf([](int row) { return row % 2 ? 0.0 : -0.0; }),
+      columnOf([](int row) { return row % 2 ? 1.5 : -1.5; }),  // every other mean is 0
+      columnOf([](int row) { return row < 10  ? -0.0
+                                    : row % 3 ? 0x1p-1074
+                                              : -0x1p-1074; }),
+      columnOf([](int row) { return row == 100 ? std::numeric_limits<double>::infinity() : row; }),
+      columnOf([&](int row) { return row % 3 ? kNaN : 1e308 * uniform(generator); }),
+  };
+  for (const std::vector<double>& column : columns)
+    for (const long chunkRows : {1L, 1000L}) compare({column}, chunkRows);
+}
+
 TEST(CountAbreast, a_column_of_NA_only_stays_empty) {
   compare({std::vector<double>(100, kNaN), {std::vector<double>(100, 1.5)}}, 30);
 }
