@@ -70,6 +70,11 @@ public:
   // Neighbouring doubles need not be gathered.
   bool isPacked() const { return areNeighbours(0, m_columns); }
 
+  // The table of a factor that is the only column; null otherwise.
+  CountTable* loneFactor() const {
+    return m_columns == 1 && m_places[0].type == ZRBBuf::column_factor ? m_levels[0] : nullptr;
+  }
+
   const char* firstCell(long ringRow) const { return m_buf.at(ringRow, m_places[0]); }
   long rowBytes() const { return m_buf.rowBytes(); }
 
@@ -149,6 +154,12 @@ void ZRBProcCount::countGroup(ZRBBufReader& reader, long rows, int firstColumn, 
   if (lanes == columns && group.isPacked()) {
     forEachChunkRun(reader, rows, [&](const ChunkRun& run) {
       statistics.addRows(group.firstCell(run.ringRow), group.rowBytes(), run.rows);
+    });
+    return;
+  }
+  if (CountTable* levels = group.loneFactor()) {
+    forEachChunkRun(reader, rows, [&](const ChunkRun& run) {
+      statistics.addLevels(group.firstCell(run.ringRow), group.rowBytes(), run.rows, *levels);
     });
     return;
   }

@@ -6,6 +6,7 @@
 #include "ZRBProcCount.h"
 #include "base/simd.h"
 #include "procs/count_kernels.h"
+#include "procs/count_table.h"
 
 class CountAbreast {
 public:
@@ -25,6 +26,9 @@ public:
   // Adds rows of lanes() doubles; lanes that fill up hold NaN.
   void addRows(const char* firstRow, long strideBytes, long rows);
 
+  // Adds a factor's cells, and counts their levels.  REQUIRES: one column.
+  void addLevels(const char* firstCell, long strideBytes, long rows, CountTable& levels);
+
 private:
   long rowsBeforeFirstValue(const char* firstRow, long strideBytes, long rows) const;
   void addRow(const char* row);
@@ -32,6 +36,7 @@ private:
   void store();
 
   count_kernel::Update m_update;
+  count_kernel::UpdateLevels m_updateLevels;
   ZRBProcCountColumnInfo* const* m_infos;
   int m_columns;
   int m_lanes;

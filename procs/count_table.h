@@ -40,6 +40,10 @@ public:
   // Makes room for a combination, with some to spare.  False: too many cells, or not laid out; nothing changes.
   bool widen(const std::size_t* slots);
 
+  // The counters themselves.  Where one is not 0, rows may be added to it.
+  std::uint32_t* counters() { return m_counters.get(); }
+  std::size_t cells() const { return m_cells; }
+
   // Counts one row of a table of one position.
   void countSlot(std::size_t slot) {
     if (slot >= m_cells) widenTo(slot);

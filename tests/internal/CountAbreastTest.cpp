@@ -120,6 +120,38 @@ TEST(CountAbreast, a_column_alone_has_the_bits_of_the_plain_update_wherever_its_
     for (const long chunkRows : {1L, 1000L}) compare({column}, chunkRows);
 }
 
+TEST(CountAbreast, the_levels_of_a_factor_alone_are_counted_beside_its_statistics) {
+  std::mt19937_64 generator(4);
+  for (const Simd target : targets())
+    for (const unsigned levels : {1u, 2u, 5u, 500u, 60000u}) {
+      SCOPED_TRACE(testing::Message() << "target " << static_cast<int>(target) << ", levels " << levels);
+      std::vector<char> cells(1);  // at odd addresses
+      std::vector<long long> expected(65536);
+      ZRBProcCountColumnInfo actualInfo = emptyInfo(), expectedInfo = emptyInfo();
+      for (int row = 0; row < 3000; ++row) {
+        const bool isNA = row < 5 || generator() % 20 == 0;  // the first value comes late
+        const unsigned level = isNA ? 65535u : static_cast<unsigned>(generator() % levels);
+        cells.push_back(static_cast<char>(level >> 8));
+        cells.push_back(static_cast<char>(level & 0xFF));
+        addValue(expectedInfo, isNA ? kNaN : static_cast<double>(level));
+        ++expected[isNA ? 0 : level + 1];
+      }
+      CountTable table;
+      const std::size_t width = 3;
+      ASSERT_TRUE(table.layOut(&width, 1));
+      std::vector<ZRBProcCountCountInfo> records(65536);  // by slot
+      for (long first = 0; first < 3000; first += 750) {
+        ZRBProcCountColumnInfo* info = &actualInfo;
+        CountAbreast(target, &info, 1).addLevels(cells.data() + 1 + 2 * first, 2, 750, table);
+        table.link([](const std::size_t* slots, int* record) { *record = static_cast<int>(*slots); });
+        if (first == 1500) table.settle(records);
+      }
+      table.settle(records);
+      expectSame(actualInfo, expectedInfo);
+      for (std::size_t slot = 0; slot < expected.size(); ++slot) ASSERT_EQ(records[slot].count, expected[slot]) << slot;
+    }
+}
+
 TEST(CountAbreast, a_column_of_NA_only_stays_empty) {
   compare({std::vector<double>(100, kNaN), {std::vector<double>(100, 1.5)}}, 30);
 }
