@@ -80,8 +80,8 @@ void CountAbreast::addRows(const char* firstRow, long strideBytes, long rows) {
 void CountAbreast::addLevels(const char* firstCell, long strideBytes, long rows, CountTable& levels) {
   while (rows > 0) {
     const double before = m_state.n[0];
-    const long taken =
-        before > 0 ? m_updateLevels(firstCell, strideBytes, rows, levels.counters(), levels.cells(), m_state) : 0;
+    const std::size_t counters = before > 0.0 ? levels.cells() : 1;  // NA only, up to the first value
+    const long taken = m_updateLevels(firstCell, strideBytes, rows, levels.counters(), counters, m_state);
     m_infos[0]->count_na += taken - static_cast<long long>(m_state.n[0] - before);
     firstCell += taken * strideBytes;
     rows -= taken;
