@@ -94,7 +94,7 @@ TEST(CountAbreast, columns_may_see_their_first_value_at_any_row) {
   }
 }
 
-TEST(CountAbreast, a_column_alone_has_the_bits_of_the_plain_update_wherever_its_mean_goes) {
+TEST(CountAbreast, means_that_cannot_be_guessed_have_the_bits_of_the_plain_update) {
   std::mt19937_64 generator(3);
   std::uniform_real_distribution<double> uniform(-1.0, 1.0);
   const auto columnOf = [](auto value) {
@@ -116,8 +116,12 @@ TEST(CountAbreast, a_column_alone_has_the_bits_of_the_plain_update_wherever_its_
       columnOf([](int row) { return row == 100 ? std::numeric_limits<double>::infinity() : row; }),
       columnOf([&](int row) { return row % 3 ? kNaN : 1e308 * uniform(generator); }),
   };
-  for (const std::vector<double>& column : columns)
-    for (const long chunkRows : {1L, 1000L}) compare({column}, chunkRows);
+  for (std::size_t first = 0; first < columns.size(); ++first)
+    for (const unsigned abreast : {1u, 2u, 4u}) {
+      std::vector<std::vector<double>> some;
+      for (std::size_t i = 0; i < abreast; ++i) some.push_back(columns[(first + i) % columns.size()]);
+      for (const long chunkRows : {7L, 1000L}) compare(some, chunkRows);
+    }
 }
 
 TEST(CountAbreast, the_levels_of_a_factor_alone_are_counted_beside_its_statistics) {
@@ -163,7 +167,7 @@ TEST(CountAbreast, extreme_values_give_the_bits_of_the_plain_update) {
   const std::vector<double> values = {0.0, -0.0, tiny, -tiny, huge, -huge, inf, -inf, kNaN, 1.0, 1e9 + 4, 1e9 + 7};
   std::mt19937_64 generator(3);
   for (int round = 0; round < 200; ++round) {
-    std::vector<std::vector<double>> columns(5);
+    std::vector<std::vector<double>> columns(round % 2 ? 3 : 5);
     for (auto& column : columns)
       for (int row = 0; row < 30; ++row) column.push_back(values[generator() % values.size()]);
     compare(columns, 11);
