@@ -1,8 +1,8 @@
 // What does counting the levels of a factor column cost?
 //
 // Besides the levels the node keeps the running statistics of the level numbers.  Their update is a chain of a
-// subtraction, a division and an addition per row, which nothing can shorten for a column on its own; beside other
-// columns it hides behind theirs.  Both are shown: a factor column alone, and one beside 8 double columns.
+// subtraction, a division and an addition per row, for which a plain loop over one column waits; beside other columns it
+// hides behind theirs.  Both are shown: a factor column alone, and one beside 8 double columns.
 #include "support/counter_tables.h"
 #include "support/fixed_random.h"
 #include "support/row_flow.h"

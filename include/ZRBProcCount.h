@@ -1,13 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
 #include "ZRBProc.h"
 #include "export.h"
 
-class CountCache;  // internal: what was found in the lists before (procs/count_cache.h)
-class CountLists;  // internal: finds records of the sorted lists quickly (procs/count_lists.h)
+class CountCache;   // internal: records of the cross-tabulation found before (procs/count_cache.h)
+class CountLists;   // internal: finds records of the sorted lists quickly (procs/count_lists.h)
+class CountTables;  // internal: rows that the records do not count yet (procs/count_tables.h)
 
 // Statistics of one column.  The doubles are NaN before the first value.
 struct ZRBProcCountColumnInfo {
@@ -75,7 +77,9 @@ public:
   void setCrossIndex(int position, int levelPosition);
   long long getCrossCount();  // rows that hold all chosen values; 0 when there are none
 
-  // ---- Count records: one array for all lists of the node.  A new record may move the others ----
+  // ---- Count records: one array for all lists of the node.  A new record may move the others.  Counts are brought up
+  // to date when they are asked for by these methods or those above, and at the end of data; so a `count` read again
+  // through an old pointer is that of the last such call ----
   ZRBProcCountCountInfo* getCountInfo(int index);                // null outside the array
   int newCountInfo();                                            // index of a new record, in no list
   ZRBProcCountCountInfo* findCountInfo(int head, double value);  // null when there is none
@@ -90,12 +94,15 @@ private:
 
   ZRB_HIDDEN bool countColumns(ZRBBufReader& reader, long rows);
   ZRB_HIDDEN bool countCross(ZRBBufReader& reader, long rows);
-  ZRB_HIDDEN int countCrossValue(int above, double x);
-  ZRB_HIDDEN bool mayCountAbreast(ZRBBufReader& reader);
+  ZRB_HIDDEN int crossRecord(int above, double x);
+  ZRB_HIDDEN void forgetCross();
+  ZRB_HIDDEN bool mayCountAbreast(ZRBBufReader& reader, long rows);
   ZRB_HIDDEN void countColumnsAbreast(ZRBBufReader& reader, long rows);
   ZRB_HIDDEN void countGroup(ZRBBufReader& reader, long rows, int firstColumn, int columns);
-  ZRB_HIDDEN void countLevels(ZRBBufReader& reader, long rows, int column);
+  ZRB_HIDDEN void linkLevels(int column);
   ZRB_HIDDEN bool countCrossByCode(ZRBBufReader& reader, long rows);
+  ZRB_HIDDEN void countCrossRow(const std::size_t* slots);
+  ZRB_HIDDEN void linkCross();
   ZRB_HIDDEN bool fail(const char* text);               // sets the error; false
   ZRB_HIDDEN ZRBProcCountCountInfo& record(int index);  // REQUIRES: a record of that index
   ZRB_HIDDEN ZRBProcCountColumnInfo* findColumnInfo(int column);
@@ -109,6 +116,7 @@ private:
   double m_cross_values[kMaxCross];
   int m_cross_root;
   std::unique_ptr<CountLists> m_lists;
+  std::unique_ptr<CountTables> m_tables;
   std::unique_ptr<CountCache> m_cache;
 };
 

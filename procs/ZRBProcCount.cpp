@@ -12,6 +12,7 @@
 #include "buf/buf_access.h"
 #include "procs/count_cache.h"
 #include "procs/count_lists.h"
+#include "procs/count_tables.h"
 #include "procs/measure.h"
 #include "procs/running_stats.h"
 
@@ -33,6 +34,7 @@ ZRBProcCount::ZRBProcCount()
       m_cross_values{},
       m_cross_root(CountLists::kNone),
       m_lists(std::make_unique<CountLists>(m_count_infos)),
+      m_tables(std::make_unique<CountTables>(m_count_infos)),
       m_cache(std::make_unique<CountCache>()) {}
 
 ZRBProcCount::~ZRBProcCount() = default;
@@ -43,6 +45,7 @@ int ZRBProcCount::init() {
   if (hasError()) return 1;
   m_column_infos.clear();
   m_lists->clear();
+  m_tables->clear();
   m_cache->clear();
   m_cross_checked = 0;
   // Deliberate: m_cross_root stays.
@@ -69,17 +72,19 @@ long ZRBProcCount::execute() {
   const long rows = reader->getRowsReady();
   if (rows > 0 && (!countColumns(*reader, rows) || !countCross(*reader, rows))) return -1;
   reader->releaseRows(rows);
-  if (reader->getEOF() && reader->getRowsReady() == 0)
+  if (reader->getEOF() && reader->getRowsReady() == 0) {
+    m_tables->settle();
     setDone(1);
-  else
+  } else {
     reader->setRequestRows(1);
+  }
   return incrementRowsDone(rows);
 }
 
 bool ZRBProcCount::countColumns(ZRBBufReader& reader, long rows) {
   ZRBBuf* buf = ::getBuf(&reader);
   if (!buf) return fail("no input buf");
-  if (mayCountAbreast(reader)) {
+  if (mayCountAbreast(reader, rows)) {
     countColumnsAbreast(reader, rows);
     return true;
   }
@@ -110,27 +115,27 @@ bool ZRBProcCount::countCross(ZRBBufReader& reader, long rows) {
     }
     m_cross_checked = 1;
   }
-  if (mayCountAbreast(reader) && countCrossByCode(reader, rows)) return true;
+  if (mayCountAbreast(reader, rows) && countCrossByCode(reader, rows)) return true;
   const long numColumns = buf->getNumColumns();
   for (long row = 0; row < rows; ++row) {
     int above = CountLists::kNone;
     for (int position = 0; position < m_cross_size; ++position) {
       const int column = m_cross_columns[position];
-      above = countCrossValue(above, reader.getDouble(row, column >= 0 && column < numColumns ? column : 0));
+      above = crossRecord(above, reader.getDouble(row, column >= 0 && column < numColumns ? column : 0));
       if (above == CountLists::kNone) return fail("bad cross -- shouldn't happen");
+      ++record(above).count;
     }
   }
   return true;
 }
 
-// Counts a value below the record `above` of the position before, kNone at the first; its record.
-int ZRBProcCount::countCrossValue(int above, double x) {
+// The record of a value below the record `above` of the position before, kNone at the first.
+int ZRBProcCount::crossRecord(int above, double x) {
   // Found through a copy of the head: a new record may move the one that holds it.
   int head = above == CountLists::kNone ? m_cross_root : record(above).sub_list;
   const int found = findOrInsertCountInfo(&head, x);
   if (!m_lists->isRecord(found)) return CountLists::kNone;
   (above == CountLists::kNone ? m_cross_root : record(above).sub_list) = head;
-  ++record(found).count;
   return found;
 }
 
@@ -232,7 +237,7 @@ long long ZRBProcCount::getColumnLevelCount(int column, int position) {
 
 void ZRBProcCount::setCrossSize(int size) {
   m_cross_size = std::min<int>(size, kMaxCross);
-  m_cache->clearCross();
+  forgetCross();
 }
 
 int ZRBProcCount::getCrossSize() { return m_cross_size; }
@@ -240,7 +245,13 @@ int ZRBProcCount::getCrossSize() { return m_cross_size; }
 void ZRBProcCount::setCrossColumn(int position, int column) {
   if (position < 0 || position >= kMaxCross) return;
   m_cross_columns[position] = column;
-  m_cache->clearCross();
+  forgetCross();
+}
+
+// What was remembered of other cross columns.
+void ZRBProcCount::forgetCross() {
+  m_tables->clearCross();
+  m_cache->clear();
 }
 
 int ZRBProcCount::getCrossColumn(int position) {
@@ -266,7 +277,9 @@ long long ZRBProcCount::getCrossCount() {
 
 // ---- Count records ----
 
+// The way to every count that is read.
 ZRBProcCountCountInfo* ZRBProcCount::getCountInfo(int index) {
+  m_tables->settle();
   return m_lists->isRecord(index) ? &record(index) : nullptr;
 }
 

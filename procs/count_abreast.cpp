@@ -17,17 +17,19 @@ double valueAt(const char* row, int lane) {
   return value;
 }
 
-count_kernel::Update chooseUpdate(Simd simd, int lanes) {
-  const count_kernel::Updates& updates =
-      simd == Simd::baseline ? count_kernel::kBaselineUpdates : count_kernel::kAvx2Updates;
-  return updates.byLanes[lanes / kLaneStep - 1];
+const count_kernel::Updates& updatesFor(Simd simd) {
+  return simd == Simd::baseline ? count_kernel::kBaselineUpdates : count_kernel::kAvx2Updates;
 }
 
 }  // namespace
 
 CountAbreast::CountAbreast(Simd simd, ZRBProcCountColumnInfo* const* infos, int columns)
-    : m_infos(infos), m_columns(columns), m_lanes((columns + kLaneStep - 1) / kLaneStep * kLaneStep) {
-  m_update = chooseUpdate(simd, m_lanes);
+    : m_infos(infos),
+      m_columns(columns),
+      m_lanes(columns == 1 ? 1 : (columns + kLaneStep - 1) / kLaneStep * kLaneStep) {
+  const count_kernel::Updates& updates = updatesFor(simd);
+  m_update = m_lanes == 1 ? updates.one : updates.byLanes[m_lanes / kLaneStep - 1];
+  m_updateLevels = updates.levels;
   const double nan = std::numeric_limits<double>::quiet_NaN();
   for (int lane = m_columns; lane < m_lanes; ++lane)
     m_state.n[lane] = m_state.min[lane] = m_state.max[lane] = m_state.mean[lane] = m_state.m2[lane] = nan;
@@ -73,6 +75,25 @@ void CountAbreast::addRows(const char* firstRow, long strideBytes, long rows) {
   }
   for (int lane = 0; lane < m_columns; ++lane)
     m_infos[lane]->count_na += rows - static_cast<long long>(m_state.n[lane] - before[lane]);
+}
+
+void CountAbreast::addLevels(const char* firstCell, long strideBytes, long rows, CountTable& levels) {
+  while (rows > 0) {
+    const double before = m_state.n[0];
+    const std::size_t counters = before > 0.0 ? levels.cells() : 1;  // NA only, up to the first value
+    const long taken = m_updateLevels(firstCell, strideBytes, rows, levels.counters(), counters, m_state);
+    m_infos[0]->count_na += taken - static_cast<long long>(m_state.n[0] - before);
+    firstCell += taken * strideBytes;
+    rows -= taken;
+    if (rows == 0) return;
+    // The first value, or the first row of a level since the records were brought up to date.
+    const std::size_t slot = levelSlot(firstCell);
+    const double x = slotValue(slot);
+    levels.countSlot(slot);
+    addRows(reinterpret_cast<const char*>(&x), sizeof x, 1);
+    firstCell += strideBytes;
+    --rows;
+  }
 }
 
 // Rows before one in which a column sees its first value: that row is not for the kernel.

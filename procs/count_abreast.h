@@ -6,6 +6,7 @@
 #include "ZRBProcCount.h"
 #include "base/simd.h"
 #include "procs/count_kernels.h"
+#include "procs/count_table.h"
 
 class CountAbreast {
 public:
@@ -19,11 +20,14 @@ public:
   CountAbreast(const CountAbreast&) = delete;
   CountAbreast& operator=(const CountAbreast&) = delete;
 
-  // Lanes per row of what addRows takes: the columns, filled up to a multiple of kLaneStep.
+  // Lanes per row of what addRows takes: one for one column, else the columns filled up to a multiple of kLaneStep.
   int lanes() const { return m_lanes; }
 
   // Adds rows of lanes() doubles; lanes that fill up hold NaN.
   void addRows(const char* firstRow, long strideBytes, long rows);
+
+  // Adds a factor's cells, and counts their levels.  REQUIRES: one column.
+  void addLevels(const char* firstCell, long strideBytes, long rows, CountTable& levels);
 
 private:
   long rowsBeforeFirstValue(const char* firstRow, long strideBytes, long rows) const;
@@ -32,6 +36,7 @@ private:
   void store();
 
   count_kernel::Update m_update;
+  count_kernel::UpdateLevels m_updateLevels;
   ZRBProcCountColumnInfo* const* m_infos;
   int m_columns;
   int m_lanes;

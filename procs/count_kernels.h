@@ -23,8 +23,16 @@ struct Lanes {
 // NaN is passed over.  REQUIRES: a lane with n = 0 has only NaN in these rows.
 using Update = void (*)(const char* firstRow, long strideBytes, long rows, Lanes& lanes);
 
-// Updates by number of lanes: [0] takes kLaneStep lanes, [1] twice as many, ...
+// Takes a factor's cells, adds the level numbers to lane 0 and counts the levels: counters[0] NA, counters[l + 1] the
+// level l.  Stops before a level that has no counter or whose counter is 0; how many cells it took.
+// REQUIRES: lane 0 has seen a value, or there is a counter for NA only.
+using UpdateLevels = long (*)(const char* firstCell, long strideBytes, long rows, unsigned* counters,
+                              unsigned long numCounters, Lanes& lanes);
+
+// Updates by number of lanes: [0] takes kLaneStep lanes, [1] twice as many, ...  One lane has its own.
 struct Updates {
+  Update one;
+  UpdateLevels levels;
   Update byLanes[kMaxLanes / kLaneStep];
 };
 extern const Updates kBaselineUpdates;

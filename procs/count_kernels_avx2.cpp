@@ -5,4 +5,5 @@ constexpr unsigned long kVectorBytes = 32;
 }
 #include "procs/count_kernels.inc"
 
-const count_kernel::Updates count_kernel::kAvx2Updates = {{update<4>, update<8>, update<12>, update<16>}};
+const count_kernel::Updates count_kernel::kAvx2Updates = {
+    updateOne, updateLevels, {update<4>, update<8>, update<12>, update<16>}};

@@ -156,6 +156,19 @@ TEST(CountAbreast, the_librarys_own_ends_give_the_results_of_a_hosts) {
       {{kFactor, kFactor}, {1, 1, 0, 1}, 3, 2, 4},  // a column more than once
       {{kString, kTimeDate, kBlob}, {}, 1, 1, 1},
       {std::vector<int>(37, kDouble), {}, 90, 45, 1},
+      {{kDouble}, {}, 70, 35, 1},
+      // Neighbouring doubles among others, also where one group of columns ends and the next begins.
+      {{kFactor, kDouble, kDouble, kDouble, kDouble, kDouble, kString, kDouble, kDouble, kDouble, kDouble, kTimeDate},
+       {0},
+       200,
+       150,
+       9},
+      {{kFactor, kDouble, kDouble, kDouble, kDouble, kFactor, kFactor, kDouble, kDouble, kDouble,
+        kBlob,   kDouble, kDouble, kDouble, kDouble, kDouble, kDouble, kDouble, kDouble, kFactor},
+       {19, 5},
+       200,
+       150,
+       9},
   };
   for (const Setting& setting : settings) {
     SCOPED_TRACE(testing::Message() << setting.types.size() << " columns, ring of " << setting.capacity);
