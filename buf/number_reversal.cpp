@@ -50,8 +50,8 @@ std::vector<Numbers> numbersOf(const std::vector<ColumnRun>& runs) {
   return numbers;
 }
 
-word_reversal::Reverse kernelFor(Simd simd) {
-  return simd == Simd::baseline ? word_reversal::baseline::reverse : word_reversal::avx2::reverse;
+word_reversal::Reverse reversalFor(Simd simd) {
+  return kernelFor<word_reversal::Reverse>(simd, word_reversal::baseline::reverse, word_reversal::avx2::reverse);
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ void reverseNumbers(ZRBBuf& buf, long ringRow, long count, Simd simd) {
   const std::vector<ColumnRun> runs = columnRuns(buf);
   if (runs.empty()) return reverseNumbersSingly(buf, ringRow, count);
   const std::vector<Numbers> numbers = numbersOf(runs);
-  const word_reversal::Reverse reverse = kernelFor(simd);
+  const word_reversal::Reverse reverse = reversalFor(simd);
   const long rowBytes = buf.getBytesPerRow();
   forEachRun(ringRow, count, buf.getNumRows(), [&](long firstRow, long rows) {
     forEachTile(rows, rowBytes, [&](long row, long tileRows) {

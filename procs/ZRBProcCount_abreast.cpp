@@ -135,7 +135,7 @@ void ZRBProcCount::countColumnsAbreast(ZRBBufReader& reader, long rows) {
   ZRBBuf& buf = *reader.getBuf();
   const int numColumns = static_cast<int>(buf.getNumColumns());
   if (numColumns < 1) return;
-  getColumnInfo(numColumns - 1);
+  for (int column = 0; column < numColumns; ++column) getColumnInfo(column);  // one by one, as the results grow
   m_tables->expect(rows);
   for (int column = 0; column < numColumns; ++column)
     if (buf.columnTypeIsFactor(column)) m_tables->makeLevels(column, levelSlots(buf, column));

@@ -40,17 +40,6 @@ std::unique_ptr<double[]> allocateZeros(long count) {
 using lm_kernel::kBlockRows;
 using lm_kernel::kPartialSums;
 
-lm_kernel::UpdateBlock chooseUpdate(Simd simd) {
-  switch (simd) {
-    case Simd::avx512:
-      return lm_kernel::kAvx512Update;
-    case Simd::avx2:
-      return lm_kernel::kAvx2Update;
-    default:
-      return lm_kernel::kBaselineUpdate;
-  }
-}
-
 // What the work matrix must hold: an update by fe_srif, or a block, its products and the fit before it.
 long workSize(long rowCapacity, long columns) {
   return std::max(multiplySaturating(addSaturating(rowCapacity, columns), columns),
@@ -152,7 +141,8 @@ bool ZRBProcLm::isTriangleComplete() {
 // The update of a complete triangle: the result of fe_srif but for rounding (procs/lm_kernels.h).  False, with the fit as
 // it was: a regressor holds a NaN, at which fe_srif ends.
 bool ZRBProcLm::updateByBlocks(ZRBBufReader& reader, long rows) {
-  static const lm_kernel::UpdateBlock update = chooseUpdate(bestSimd());
+  const lm_kernel::UpdateBlock update =
+      kernelFor(bestSimd(), lm_kernel::kBaselineUpdate, lm_kernel::kAvx2Update, lm_kernel::kAvx512Update);
   const long p = m_allocated_columns;
   double* const block = m_work.get();
   double* const products = block + kBlockRows * (p + 1);

@@ -17,17 +17,13 @@ double valueAt(const char* row, int lane) {
   return value;
 }
 
-const count_kernel::Updates& updatesFor(Simd simd) {
-  return simd == Simd::baseline ? count_kernel::kBaselineUpdates : count_kernel::kAvx2Updates;
-}
-
 }  // namespace
 
 CountAbreast::CountAbreast(Simd simd, ZRBProcCountColumnInfo* const* infos, int columns)
     : m_infos(infos),
       m_columns(columns),
       m_lanes(columns == 1 ? 1 : (columns + kLaneStep - 1) / kLaneStep * kLaneStep) {
-  const count_kernel::Updates& updates = updatesFor(simd);
+  const count_kernel::Updates& updates = kernelFor(simd, count_kernel::kBaselineUpdates, count_kernel::kAvx2Updates);
   m_update = m_lanes == 1 ? updates.one : updates.byLanes[m_lanes / kLaneStep - 1];
   m_updateLevels = updates.levels;
   const double nan = std::numeric_limits<double>::quiet_NaN();

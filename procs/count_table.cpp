@@ -108,7 +108,7 @@ long CountTable::countRows(const Rows& rows) {
 // How many of the rows come before the first one without a cell.
 long CountTable::findCells(const Rows& rows, long from, long count, std::uint32_t* cells) const {
   const cell_kernel::AddPosition addPosition =
-      bestSimd() == Simd::baseline ? cell_kernel::kBaselineAddPosition : cell_kernel::kAvx2AddPosition;
+      kernelFor(bestSimd(), cell_kernel::kBaselineAddPosition, cell_kernel::kAvx2AddPosition);
   std::fill_n(cells, count, 0);
   for (int p = 0; p < positions(); ++p) {
     const std::uint32_t width = static_cast<std::uint32_t>(m_widths[static_cast<std::size_t>(p)]);

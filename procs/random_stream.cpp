@@ -56,14 +56,7 @@ constexpr Jump kToNextBlock([](State& state) {
 });
 
 DrawBlock drawBlockFor(Simd simd) {
-  switch (simd) {
-    case Simd::avx512:
-      return avx512::drawBlock;
-    case Simd::avx2:
-      return avx2::drawBlock;
-    default:
-      return baseline::drawBlock;
-  }
+  return kernelFor<DrawBlock>(simd, baseline::drawBlock, avx2::drawBlock, avx512::drawBlock);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "ZRBMemoryBufReader.h"
 #include "ZRBPipeline.h"
 #include "ZRBProcCount.h"
+#include "support/BinaryInterface.h"
 #include "support/CountFlow.h"
 #include "support/CountModel.h"
 #include "support/Harness.h"
@@ -69,6 +70,20 @@ TEST(CountColumns, records_keep_their_contents_when_more_are_made) {
   EXPECT_EQ(flow.node.getMean(0), 3);
   EXPECT_EQ(flow.node.getCountOK(0), 3);
   EXPECT_EQ(flow.node.getCountOK(4000), 0);
+}
+
+TEST(CountColumns, records_grow_to_100_and_then_double) {
+  constexpr std::size_t kRecordsAt = 160;  // in the node
+  const auto records = [](ZRBProcCount& node) { return arrayAt<ZRBProcCountColumnInfo>(&node, kRecordsAt).size(); };
+  const struct { std::size_t columns, records; } cases[] = {{1, 100}, {100, 100}, {101, 200}, {250, 400}};
+  for (const auto& c : cases) {
+    CountFlow flow(std::vector<ZRBBuf::column_type>(c.columns, ZRBBuf::column_double), 10);
+    flow.count(Values(c.columns, {1.0}));
+    EXPECT_EQ(records(flow.node), c.records) << c.columns << " columns";
+  }
+  CountFlow flow({ZRBBuf::column_double});
+  flow.node.getColumnInfo(249);
+  EXPECT_EQ(records(flow.node), 250u) << "a column far beyond the end";
 }
 
 TEST(CountColumns, more_columns_than_the_first_growth_are_counted) {
