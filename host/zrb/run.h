@@ -1,4 +1,4 @@
-// Checking objects for errors, and running a pipeline to its end.
+// Visiting the parts of a pipeline, checking objects for errors, and running a pipeline to its end.
 #pragma once
 
 #include <string>
@@ -23,30 +23,28 @@ inline void check(ZRBObj& object) {
   throw ObjectError(text);
 }
 
-namespace detail {
-
+// Calls visit(buf) with every buffer of the pipeline, in the order they were added.
 template <class Visit>
 void forEachBuf(ZRBPipeline& pipeline, Visit visit) {
   const long bufs = get<long>(pipeline, "get.num.bufs");
   for (long i = 0; i < bufs; ++i) visit(*get<ZRBBuf*>(pipeline, "get.buf.by.number", i));
 }
 
+// Calls visit(node) with every node of the pipeline, in the order they were added.
 template <class Visit>
 void forEachNode(ZRBPipeline& pipeline, Visit visit) {
   const long nodes = get<long>(pipeline, "get.num.procs");
   for (long i = 0; i < nodes; ++i) visit(*get<ZRBProc*>(pipeline, "get.proc.by.number", i));
 }
 
-}  // namespace detail
-
 // Throws if a node or buffer of the pipeline, or the pipeline itself, has an error.  What a node of the kit (node.h)
 // threw comes first, as it was thrown.
 inline void checkAll(ZRBPipeline& pipeline) {
-  detail::forEachNode(pipeline, [](ZRBProc& node) {
+  forEachNode(pipeline, [](ZRBProc& node) {
     if (auto* own = dynamic_cast<Node*>(&node)) own->rethrowFailure();
   });
-  detail::forEachBuf(pipeline, [](ZRBBuf& buf) { check(buf); });
-  detail::forEachNode(pipeline, [](ZRBProc& node) { check(node); });
+  forEachBuf(pipeline, [](ZRBBuf& buf) { check(buf); });
+  forEachNode(pipeline, [](ZRBProc& node) { check(node); });
   check(pipeline);
 }
 
@@ -57,7 +55,7 @@ inline void run(ZRBPipeline& pipeline) {
   checkAll(pipeline);
   set(pipeline, "execute", 0);
   checkAll(pipeline);
-  detail::forEachNode(pipeline, [](ZRBProc& node) {
+  forEachNode(pipeline, [](ZRBProc& node) {
     if (!get<bool>(node, "done"))
       throw Error(describeObject(node) + " is not done, and waits for rows or for room that nobody provides");
   });
