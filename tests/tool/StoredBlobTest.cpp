@@ -169,9 +169,10 @@ TEST(StoredBlob, a_request_that_makes_no_sense_is_a_usage_error) {
        "zrb import: found 'new.csv', expected a name for the rows that ends in .zrb"},
       {{"import", "out.zrb", "new.zrb"}, "zrb import: found 'out.zrb', expected a CSV file to import"},
       {{"describe", "out.zrb", "--header"},
-       "zrb: found 'out.zrb', expected a CSV file for the options that tell how to read one"},
-      {{"crosstab", "out.zrb", "--by", "id", "--na", "NA"},
-       "zrb: found 'out.zrb', expected a CSV file for the options that tell how to read one"},
+       "zrb: --header: found 'out.zrb', expected a CSV file (types, names and NA of a .zrb file are those of its "
+       "import)"},
+      {{"crosstab", "--by", "id", "--na", "NA", "--types", "id=factor", "out.zrb", "--skip", "0"},
+       "zrb: --na: found 'out.zrb', expected a CSV file (types, names and NA of a .zrb file are those of its import)"},
       {{"crosstab", "out.zrb", "--by", "none"},
        "out.zrb:0:none: unknown column, found 'none', expected one of 'id', 'path', 'picture'"},
   };

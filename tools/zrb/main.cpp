@@ -46,8 +46,11 @@ CLI::Validator atLeast(long long least) {
 constexpr const char* kExitStatuses =
     "Exit status: 0, or 1 when the data, 2 when the command line and 3 when reading or writing is at fault.";
 
+constexpr const char* kReadingOptions = "How the CSV file is read; what is not given is found out from its beginning";
+
 // The options of every verb that reads a table, as texts.
 struct CsvArguments {
+  const CLI::App* command = nullptr;  // the verb
   std::string file;
   std::optional<std::string> delimiter;
   std::optional<std::string> names;
@@ -61,8 +64,9 @@ struct CsvArguments {
   long long skipLines = 0;
 
   void addTo(CLI::App& verb, const char* fileHelp = "CSV file, - is standard input; or a .zrb file of zrb import") {
+    command = &verb;
     verb.add_option("FILE", file, fileHelp)->required();
-    const std::string group = "How the CSV file is read; what is not given is found out from its beginning";
+    const std::string group = kReadingOptions;
     verb.add_option("--delimiter", delimiter, "comma, semicolon, tab, pipe, space or another character")->group(group);
     auto* withHeader = verb.add_flag("--header", header, "the first line holds the names")->group(group);
     verb.add_flag("--no-header", noHeader, "the first line is data; the names are 1, 2, 3, ...")
@@ -81,12 +85,18 @@ struct CsvArguments {
     verb.add_option("--skip", skipLines, "lines to leave out before the first one")->check(atLeast(0))->group(group);
   }
 
+  // A .zrb file is read as its schema tells, and no option may say otherwise.
+  void refuseForStored() const {
+    if (!isStoredName(file)) return;
+    for (const CLI::Option* given : command->parse_order())
+      if (given->get_group() == kReadingOptions)
+        throw Failure(ExitStatus::usage,
+                      "zrb: " + given->get_name() + ": found " + quote(file) +
+                          ", expected a CSV file (types, names and NA of a .zrb file are those of its import)");
+  }
+
   CsvOptions options() const {
-    const bool any = delimiter || names || !types.empty() || !na.empty() || header || noHeader || noQuotes || trim ||
-                     fill || skipLines > 0;
-    if (any && isStoredName(file))
-      throw Failure(ExitStatus::usage,
-                    "zrb: found " + quote(file) + ", expected a CSV file for the options that tell how to read one");
+    refuseForStored();
     CsvOptions options;
     if (delimiter) options.delimiter = parseDelimiter(*delimiter);
     if (header || noHeader) options.header = header;
