@@ -42,8 +42,8 @@ TEST(CommandLine, a_command_line_that_makes_no_sense_is_a_usage_error_of_one_lin
       {{"generate", "--rows", "x", "--schema", "x:double"},
        "zrb generate: --rows: found 'x', expected a whole number from 0 (zrb generate --help tells more)"},
       {{"generate", "--rows", "99999999999999999999", "--schema", "x:double"},
-       "zrb generate: --rows: found '99999999999999999999', expected a whole number from 0 (zrb generate --help tells "
-       "more)"},
+       "zrb generate: --rows: found '99999999999999999999', expected a whole number from 0 to 9223372036854775807 "
+       "(zrb generate --help tells more)"},
       {{"generate", "--rows", "1", "--seed", "0", "--schema", "x:double"},
        "zrb generate: --seed: found '0', expected a whole number from 1 (zrb generate --help tells more)"},
       {{"generate", "--rows", "1", "--schema", "x:blob"},

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <new>
 #include <optional>
@@ -38,7 +39,10 @@ CLI::Validator atLeast(long long least) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     const bool fits = error == std::errc() && end == text.data() + text.size() && number >= least;
     if (fits) return "";
-    return "found " + quote(text) + ", expected a whole number from " + std::to_string(least);
+    std::string expected = "a whole number from " + std::to_string(least);
+    if (error == std::errc::result_out_of_range)
+      expected += " to " + std::to_string(std::numeric_limits<long long>::max());
+    return "found " + quote(text) + ", expected " + expected;
   };
   return CLI::Validator(std::function<std::string(std::string&)>(check), "");
 }
