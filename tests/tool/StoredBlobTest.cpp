@@ -138,6 +138,16 @@ TEST(StoredBlob, a_file_that_cannot_be_read_is_refused_with_its_line_and_nothing
   }
 }
 
+TEST(StoredBlob, a_minus_is_standard_output) {
+  const TempFolder folder;
+  importPictures(folder);
+  EXPECT_EQ(runTool(folder, {"blob", "out.zrb", "--row", "1", "--column", "picture", "-o", "-"}).out, "12345");
+  EXPECT_EQ(runTool(folder, {"export", "out.zrb", "--output", "-"}).out, folder.read("pictures/in.csv"));
+  EXPECT_FALSE(std::filesystem::exists(folder.path() + "/-"));
+  expectSuccess(runTool(folder, {"export", "out.zrb", "-o", "./-"}));
+  EXPECT_EQ(folder.read("-"), folder.read("pictures/in.csv"));
+}
+
 TEST(StoredBlob, a_request_that_makes_no_sense_is_a_usage_error) {
   const TempFolder folder;
   importPictures(folder);
@@ -155,6 +165,9 @@ TEST(StoredBlob, a_request_that_makes_no_sense_is_a_usage_error) {
        "out.zrb:0:id: type does not fit, found a double column, expected a blob column"},
       {{"blob", "in.csv", "--row", "1", "--column", "id"},
        "zrb blob: found 'in.csv', expected the name of a file that ends in .zrb"},
+      {{"export", "out.zrb", "-o", ""},
+       "zrb export: --output: found '', expected the name of a file, or - for standard output (zrb export --help tells "
+       "more)"},
       {{"export", "in.csv"}, "zrb export: found 'in.csv', expected the name of a file that ends in .zrb"},
       {{"info", "in.csv"}, "zrb info: found 'in.csv', expected the name of a file that ends in .zrb"},
       {{"import", "pictures/in.csv", "new.zrb", "--blob-column", "x"},

@@ -26,10 +26,13 @@ private:
   Output m_output;
 };
 
-// Has a text written to `file`, or to standard output for an empty name.
+// "-", as for input.
+inline bool isStandardOutput(const std::string& file) { return file == "-"; }
+
+// Has a text written to `file`, or to standard output for its name.
 template <class Write>
 void writeTo(const std::string& file, Output& standardOutput, Write write) {
-  if (file.empty()) return write(standardOutput);
+  if (isStandardOutput(file)) return write(standardOutput);
   FileOutput output(file);
   write(output.output());
   output.commit();

@@ -47,6 +47,14 @@ CLI::Validator atLeast(long long least) {
   return CLI::Validator(std::function<std::string(std::string&)>(check), "");
 }
 
+// The name of a file to write: not the empty text of a variable that a script forgot to set.
+CLI::Validator aName() {
+  const auto check = [](const std::string& text) -> std::string {
+    return text.empty() ? "found '', expected the name of a file, or - for standard output" : "";
+  };
+  return CLI::Validator(std::function<std::string(std::string&)>(check), "");
+}
+
 constexpr const char* kExitStatuses =
     "Exit status: 0, or 1 when the data, 2 when the command line and 3 when reading or writing is at fault.";
 
@@ -228,7 +236,9 @@ void addExport(CLI::App& app, Output& output) {
   auto arguments = std::make_shared<Arguments>();
   CLI::App* verb = app.add_subcommand("export", "Rows on disk as CSV");
   verb->add_option("FILE", arguments->options.file, ".zrb file")->required();
-  verb->add_option("-o,--output", arguments->options.out, "CSV file to write in place of standard output");
+  verb->add_option("-o,--output", arguments->options.out, "CSV file to write; - is standard output")
+      ->check(aName())
+      ->capture_default_str();
   verb->add_flag("--no-header", arguments->noHeader, "leave out the line with the names");
   verb->callback([arguments, &output] {
     arguments->options.header = !arguments->noHeader;
@@ -257,7 +267,9 @@ void addBlob(CLI::App& app, Output& output) {
   verb->add_option("FILE", options->file, ".zrb file")->required();
   verb->add_option("--row", options->row, "number of the row, from 1")->required()->check(atLeast(1));
   verb->add_option("--column", options->column, "name of the blob column")->required();
-  verb->add_option("-o,--output", options->out, "file to write in place of standard output");
+  verb->add_option("-o,--output", options->out, "file to write; - is standard output")
+      ->check(aName())
+      ->capture_default_str();
   verb->callback([options, &output] { writeBlob(*options, output); });
 }
 
