@@ -151,6 +151,7 @@ TEST(StoredBlob, a_minus_is_standard_output) {
 TEST(StoredBlob, a_request_that_makes_no_sense_is_a_usage_error) {
   const TempFolder folder;
   importPictures(folder);
+  expectSuccess(runTool(folder, {"import", "pictures/in.csv", "plain.zrb"}));
   const struct {
     std::vector<std::string> arguments;
     const char* error;
@@ -160,9 +161,15 @@ TEST(StoredBlob, a_request_that_makes_no_sense_is_a_usage_error) {
       {{"blob", "out.zrb", "--row", "0", "--column", "picture"},
        "zrb blob: --row: found '0', expected a whole number from 1 (zrb blob --help tells more)"},
       {{"blob", "out.zrb", "--row", "1", "--column", "none"},
-       "out.zrb:0:none: unknown column, found 'none', expected a blob column"},
+       "out.zrb:0:none: unknown column, found 'none', expected one of 'picture'"},
       {{"blob", "out.zrb", "--row", "1", "--column", "id"},
-       "out.zrb:0:id: type does not fit, found a double column, expected a blob column"},
+       "out.zrb:0:id: type does not fit, found a double column, expected one of 'picture'"},
+      {{"blob", "plain.zrb", "--row", "1", "--column", "id"},
+       "plain.zrb:0:id: type does not fit, found a double column, expected a table with a blob column, as zrb import "
+       "--blob-column makes it"},
+      {{"blob", "plain.zrb", "--row", "1", "--column", "none"},
+       "plain.zrb:0:none: unknown column, found 'none', expected a table with a blob column, as zrb import "
+       "--blob-column makes it"},
       {{"blob", "in.csv", "--row", "1", "--column", "id"},
        "zrb blob: found 'in.csv', expected the name of a file that ends in .zrb"},
       {{"export", "out.zrb", "-o", ""},
