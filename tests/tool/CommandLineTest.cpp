@@ -66,6 +66,15 @@ TEST(CommandLine, help_and_version_go_to_standard_output) {
   EXPECT_EQ(version.out.substr(0, 4), "zrb ");
 }
 
+TEST(CommandLine, help_says_what_the_tool_reads) {
+  const TempFolder folder;
+  const ToolResult result = runTool(folder, {"--help"});
+  const std::string first =
+      "Describes, cross-tabulates, prints and fits tables of any length in constant memory: CSV files, and the .zrb "
+      "files that it imports them into.\n";
+  EXPECT_EQ(result.out.substr(0, first.size()), first);
+}
+
 TEST(CommandLine, a_file_may_have_the_name_of_an_option) {
   const TempFolder folder;
   folder.write("--json", "a\n1\n");

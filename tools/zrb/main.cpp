@@ -315,7 +315,10 @@ ExitStatus explain(const CLI::App& app, const CLI::ParseError& reason, Output& o
 
 ExitStatus run(int argc, char** argv) {
   Output output;
-  CLI::App app("Describes and cross-tabulates CSV files of any length in constant memory.", "zrb");
+  CLI::App app(
+      "Describes, cross-tabulates, prints and fits tables of any length in constant memory: CSV files, and the .zrb "
+      "files that it imports them into.",
+      "zrb");
   app.footer(kExitStatuses);
   app.set_version_flag("--version", "zrb " ZRB_VERSION);
   app.require_subcommand(1);
