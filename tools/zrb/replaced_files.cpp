@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cassert>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -106,6 +107,7 @@ ReplacedFiles::~ReplacedFiles() {
 }
 
 const std::string& ReplacedFiles::add(const std::string& target) {
+  assert(m_removable < kMostFiles);
   checkTarget(target);
   File& file = m_files.emplace_back();
   file.target = target;
