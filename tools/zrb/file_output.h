@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "open_file.h"
 #include "output.h"
 #include "replaced_files.h"
 
@@ -12,9 +13,6 @@ class FileOutput {
 public:
   // Throws Failure (io).
   explicit FileOutput(const std::string& file);
-  FileOutput(const FileOutput&) = delete;
-  FileOutput& operator=(const FileOutput&) = delete;
-  ~FileOutput();
 
   Output& output() { return m_output; }
   // The file is what was written.  Throws Failure (io), and then it is what it was before.
@@ -22,7 +20,7 @@ public:
 
 private:
   ReplacedFiles m_files;
-  int m_handle;
+  OpenFile m_file;
   Output m_output;
 };
 

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "failure.h"
+#include "open_file.h"
 
 namespace zrbtool {
 
@@ -74,13 +75,9 @@ mode_t usualMode() {
 
 // The file's bytes and its mode on the disk.
 void finish(const std::string& file, const std::string& target) {
-  const int handle = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-  if (handle < 0) throw cannot("cannot write", target);
-  const bool done = fchmod(handle, usualMode()) == 0 && fsync(handle) == 0;
-  const int error = errno;
-  close(handle);
-  errno = error;
-  if (!done) throw cannot("cannot write", target);
+  const OpenFile opened(file, O_RDONLY);
+  if (!opened.isOpen() || fchmod(opened.handle(), usualMode()) != 0 || fsync(opened.handle()) != 0)
+    throw cannot("cannot write", target);
 }
 
 }  // namespace
@@ -113,9 +110,7 @@ const std::string& ReplacedFiles::add(const std::string& target) {
   file.target = target;
   std::string name = target + ".XXXXXX";
   const SignalsHeld held;
-  const int handle = mkostemp(name.data(), O_CLOEXEC);
-  if (handle < 0) throw cannot("cannot write", target);
-  close(handle);
+  if (!OpenFile(mkostemp(name.data(), O_CLOEXEC)).isOpen()) throw cannot("cannot write", target);
   file.fresh = name;
   file.aside = name + ".old";
   removable[m_removable++].store(file.fresh.c_str());
@@ -141,13 +136,10 @@ void ReplacedFiles::put(File& file) {
 }
 
 void ReplacedFiles::syncFolder(const std::string& target) {
-  const int handle = open(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (handle < 0) return;                                   // a folder that may be written but not read
-  const bool done = fsync(handle) == 0 || errno == EINVAL;  // some file systems do not do it for folders
-  const int error = errno;
-  close(handle);
-  errno = error;
-  if (!done) throw cannot("cannot replace", target);
+  const OpenFile folder(folderOf(target), O_RDONLY | O_DIRECTORY);
+  if (!folder.isOpen()) return;                                // one that may be written but not read
+  if (fsync(folder.handle()) == 0 || errno == EINVAL) return;  // some file systems do not do it for folders
+  throw cannot("cannot replace", target);
 }
 
 void ReplacedFiles::undo() {
