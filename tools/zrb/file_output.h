@@ -11,7 +11,7 @@ namespace zrbtool {
 
 class FileOutput {
 public:
-  // Throws Failure (io).
+  // A link is followed.  Throws Failure (io).
   explicit FileOutput(const std::string& file);
 
   Output& output() { return m_output; }

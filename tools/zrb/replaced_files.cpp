@@ -52,10 +52,10 @@ Failure cannot(const std::string& what, const std::string& target) {
                    {what, std::strerror(errno), "a file that can be written, in a folder with room for it"});
 }
 
-// Nothing but a file is replaced: no folder, no device.
+// Nothing but a file is replaced: no folder, no device, no link to one.
 void checkTarget(const std::string& target) {
   struct stat status;
-  if (lstat(target.c_str(), &status) != 0 || S_ISREG(status.st_mode) || S_ISLNK(status.st_mode)) return;
+  if (stat(target.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return;
   throw failureAt(ExitStatus::io, target, 0, "0",
                   {"cannot write", S_ISDIR(status.st_mode) ? "a folder" : "something that is no file",
                    "the name of a file, which may exist"});
