@@ -22,6 +22,8 @@ TEST(CommandLine, a_command_line_that_makes_no_sense_is_a_usage_error_of_one_lin
        "zrb describe: The following argument was not expected: in.csv (zrb describe --help tells more)"},
       {{"describe", "in.csv", "--wrong"},
        "zrb describe: The following argument was not expected: --wrong (zrb describe --help tells more)"},
+      {{"describe", "in.csv", "--column", "a", "more.csv"},
+       "zrb describe: The following arguments were not expected: --column a more.csv (zrb describe --help tells more)"},
       {{"describe", "in.csv", "--header", "--no-header"},
        "zrb describe: --header excludes --no-header (zrb describe --help tells more)"},
       {{"describe", "in.csv", "--levels", "-1"},

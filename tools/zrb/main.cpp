@@ -299,6 +299,18 @@ void addFit(CLI::App& app, Output& output) {
   });
 }
 
+// What is wrong with the command line.
+std::string reasonText(const CLI::App& app, const CLI::ParseError& reason) {
+  if (reason.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError)) return reason.what();
+  // CLI11 names those of a verb in reverse.
+  std::string text;
+  const std::vector<std::string> extras = app.remaining(true);
+  for (const std::string& extra : extras) text += " " + extra;
+  return (extras.size() == 1 ? "The following argument was not expected:"
+                             : "The following arguments were not expected:") +
+         text;
+}
+
 // Text in place of a run: help and version go to standard output, a wrong command line to standard error.
 ExitStatus explain(const CLI::App& app, const CLI::ParseError& reason, Output& output) {
   if (reason.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
@@ -310,7 +322,7 @@ ExitStatus explain(const CLI::App& app, const CLI::ParseError& reason, Output& o
   std::string verb;
   for (const CLI::App* chosen : app.get_subcommands()) verb = " " + chosen->get_name();
   throw Failure(ExitStatus::usage,
-                "zrb" + verb + ": " + onOneLine(reason.what()) + " (zrb" + verb + " --help tells more)");
+                "zrb" + verb + ": " + onOneLine(reasonText(app, reason)) + " (zrb" + verb + " --help tells more)");
 }
 
 ExitStatus run(int argc, char** argv) {
