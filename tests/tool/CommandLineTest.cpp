@@ -24,6 +24,10 @@ TEST(CommandLine, a_command_line_that_makes_no_sense_is_a_usage_error_of_one_lin
        "zrb describe: The following argument was not expected: --wrong (zrb describe --help tells more)"},
       {{"describe", "in.csv", "--column", "a", "more.csv"},
        "zrb describe: The following arguments were not expected: --column a more.csv (zrb describe --help tells more)"},
+      {{"describe", ""},
+       "zrb describe: FILE: found '', expected the name of a file, or - for standard input (zrb describe --help tells "
+       "more)"},
+      {{"info", ""}, "zrb info: FILE: found '', expected the name of a .zrb file (zrb info --help tells more)"},
       {{"describe", "in.csv", "--header", "--no-header"},
        "zrb describe: --header excludes --no-header (zrb describe --help tells more)"},
       {{"describe", "in.csv", "--levels", "-1"},

@@ -47,13 +47,17 @@ CLI::Validator atLeast(long long least) {
   return CLI::Validator(std::function<std::string(std::string&)>(check), "");
 }
 
-// The name of a file to write: not the empty text of a variable that a script forgot to set.
-CLI::Validator aName() {
-  const auto check = [](const std::string& text) -> std::string {
-    return text.empty() ? "found '', expected the name of a file, or - for standard output" : "";
+// The name of a file: not the empty text of a variable that a script forgot to set.
+CLI::Validator aName(const char* expected) {
+  const auto check = [expected](const std::string& text) -> std::string {
+    return text.empty() ? std::string("found '', expected ") + expected : "";
   };
   return CLI::Validator(std::function<std::string(std::string&)>(check), "");
 }
+
+constexpr const char* kInputName = "the name of a file, or - for standard input";
+constexpr const char* kStoredName = "the name of a .zrb file";
+constexpr const char* kOutputName = "the name of a file, or - for standard output";
 
 constexpr const char* kExitStatuses =
     "Exit status: 0, or 1 when the data, 2 when the command line and 3 when reading or writing is at fault.";
@@ -77,7 +81,7 @@ struct CsvArguments {
 
   void addTo(CLI::App& verb, const char* fileHelp = "CSV file, - is standard input; or a .zrb file of zrb import") {
     command = &verb;
-    verb.add_option("FILE", file, fileHelp)->required();
+    verb.add_option("FILE", file, fileHelp)->required()->check(aName(kInputName));
     const std::string group = kReadingOptions;
     verb.add_option("--delimiter", delimiter, "comma, semicolon, tab, pipe, space or another character")->group(group);
     auto* withHeader = verb.add_flag("--header", header, "the first line holds the names")->group(group);
@@ -235,9 +239,9 @@ void addExport(CLI::App& app, Output& output) {
   };
   auto arguments = std::make_shared<Arguments>();
   CLI::App* verb = app.add_subcommand("export", "Rows on disk as CSV");
-  verb->add_option("FILE", arguments->options.file, ".zrb file")->required();
+  verb->add_option("FILE", arguments->options.file, ".zrb file")->required()->check(aName(kStoredName));
   verb->add_option("-o,--output", arguments->options.out, "CSV file to write; - is standard output")
-      ->check(aName())
+      ->check(aName(kOutputName))
       ->capture_default_str();
   verb->add_flag("--no-header", arguments->noHeader, "leave out the line with the names");
   verb->callback([arguments, &output] {
@@ -253,7 +257,7 @@ void addInfo(CLI::App& app, Output& output) {
   };
   auto arguments = std::make_shared<Arguments>();
   CLI::App* verb = app.add_subcommand("info", "Columns and layout of rows on disk");
-  verb->add_option("FILE", arguments->file, ".zrb file")->required();
+  verb->add_option("FILE", arguments->file, ".zrb file")->required()->check(aName(kStoredName));
   verb->add_flag("--json", arguments->json, "print JSON, with all levels");
   verb->callback([arguments, &output] {
     const StoredTable table = openStored(arguments->file, "zrb info");
@@ -264,11 +268,11 @@ void addInfo(CLI::App& app, Output& output) {
 void addBlob(CLI::App& app, Output& output) {
   auto options = std::make_shared<BlobOptions>();
   CLI::App* verb = app.add_subcommand("blob", "One blob of rows on disk");
-  verb->add_option("FILE", options->file, ".zrb file")->required();
+  verb->add_option("FILE", options->file, ".zrb file")->required()->check(aName(kStoredName));
   verb->add_option("--row", options->row, "number of the row, from 1")->required()->check(atLeast(1));
   verb->add_option("--column", options->column, "name of the blob column")->required();
   verb->add_option("-o,--output", options->out, "file to write; - is standard output")
-      ->check(aName())
+      ->check(aName(kOutputName))
       ->capture_default_str();
   verb->callback([options, &output] { writeBlob(*options, output); });
 }
