@@ -17,6 +17,8 @@ TEST(CommandLine, a_command_line_that_makes_no_sense_is_a_usage_error_of_one_lin
       {{}, "zrb: A subcommand is required (zrb --help tells more)"},
       {{"summarise"},
        "zrb: found 'summarise', expected describe, crosstab, generate, print, fit, import, export, info or blob"},
+      {{"--json", "describe", "in.csv"},
+       "zrb: found '--json', expected describe, crosstab, generate, print, fit, import, export, info or blob"},
       {{"describe"}, "zrb describe: FILE is required (zrb describe --help tells more)"},
       {{"describe", "in.csv", "in.csv"},
        "zrb describe: The following argument was not expected: in.csv (zrb describe --help tells more)"},

@@ -347,7 +347,8 @@ ExitStatus run(int argc, char** argv) {
   addExport(app, output);
   addInfo(app, output);
   addBlob(app, output);
-  const bool knowsVerb = argc < 2 || argv[1][0] == '-' ||
+  // The options of a verb stand behind it.
+  const bool knowsVerb = argc < 2 || app.get_option_no_throw(argv[1]) ||
                          !app.get_subcommands([&](CLI::App* verb) { return verb->check_name(argv[1]); }).empty();
   if (!knowsVerb) throw Failure(ExitStatus::usage, "zrb: found " + quote(argv[1]) + ", expected " + verbNames(app));
   ExitStatus status = ExitStatus::ok;
