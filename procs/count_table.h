@@ -20,7 +20,7 @@ class CountTable {
 public:
   static constexpr int kMaxPositions = 10;
   static constexpr std::size_t kMaxCells = std::size_t{1} << 22;  // 8 bytes each, but only pages in use take memory
-  static constexpr long kBlockRows = 256;  // whose cells are looked for at once
+  static constexpr long kBlockRows = 256;                         // whose cells are looked for at once
 
   // Rows to be counted: the first one, the bytes from one to the next, and by position where the cell is in a row.
   struct Rows {

@@ -1,4 +1,4 @@
-// Checking objects for errors, and running a pipeline to its end.
+// Visiting the parts of a pipeline, checking objects for errors, and running a pipeline to its end.
 #pragma once
 
 #include <string>
@@ -23,8 +23,7 @@ inline void check(ZRBObj& object) {
   throw ObjectError(text);
 }
 
-namespace detail {
-
+// Calls visit(buf) with every buffer of the pipeline, in the order they were added.
 template <class Visit>
 void forEachBuf(ZRBPipeline& pipeline, Visit visit) {
   const long bufs = get<long>(pipeline, "get.num.bufs");
@@ -32,6 +31,7 @@ void forEachBuf(ZRBPipeline& pipeline, Visit visit) {
     if (ZRBBuf* const buf = get<ZRBBuf*>(pipeline, "get.buf.by.number", i)) visit(*buf);
 }
 
+// Calls visit(node) with every node of the pipeline, in the order they were added.
 template <class Visit>
 void forEachNode(ZRBPipeline& pipeline, Visit visit) {
   const long nodes = get<long>(pipeline, "get.num.procs");
@@ -39,17 +39,15 @@ void forEachNode(ZRBPipeline& pipeline, Visit visit) {
     if (ZRBProc* const node = get<ZRBProc*>(pipeline, "get.proc.by.number", i)) visit(*node);
 }
 
-}  // namespace detail
-
 // Throws if a node or buffer of the pipeline, or the pipeline itself, has an error.  What a node of the kit (node.h)
 // threw comes first, as it was thrown.
 inline void checkAll(ZRBPipeline& pipeline) {
-  detail::forEachNode(pipeline, [](ZRBProc& node) {
+  forEachNode(pipeline, [](ZRBProc& node) {
     if (!detail::hasTypeInformation(node)) return;  // no node of the kit
     if (auto* own = dynamic_cast<Node*>(&node)) own->rethrowFailure();
   });
-  detail::forEachBuf(pipeline, [](ZRBBuf& buf) { check(buf); });
-  detail::forEachNode(pipeline, [](ZRBProc& node) { check(node); });
+  forEachBuf(pipeline, [](ZRBBuf& buf) { check(buf); });
+  forEachNode(pipeline, [](ZRBProc& node) { check(node); });
   check(pipeline);
 }
 
@@ -60,7 +58,7 @@ inline void run(ZRBPipeline& pipeline) {
   checkAll(pipeline);
   set(pipeline, "execute", 0);
   checkAll(pipeline);
-  detail::forEachNode(pipeline, [](ZRBProc& node) {
+  forEachNode(pipeline, [](ZRBProc& node) {
     if (!get<bool>(node, "done"))
       throw Error(describeObject(node) + " is not done, and waits for rows or for room that nobody provides");
   });

@@ -39,6 +39,16 @@ struct Flow {
   }
 };
 
+TEST(Visit, the_buffers_and_the_nodes_of_a_pipeline_come_in_the_order_they_were_added) {
+  Flow flow;
+  std::string seen;
+  const auto note = [&](ZRBObj& object) { seen += zrb::get<std::string>(object, "name") + " "; };
+  zrb::forEachBuf(*flow.pipeline, note);
+  EXPECT_EQ(seen, "rows ");
+  zrb::forEachNode(*flow.pipeline, note);
+  EXPECT_EQ(seen, "rows reader count ");
+}
+
 TEST(Check, an_object_without_an_error_passes_whatever_other_messages_it_has) {
   auto buf = zrb::make<ZRBMemoryBuf>();
   zrb::set(buf, "warning", "strange");

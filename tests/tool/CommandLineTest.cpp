@@ -17,11 +17,19 @@ TEST(CommandLine, a_command_line_that_makes_no_sense_is_a_usage_error_of_one_lin
       {{}, "zrb: A subcommand is required (zrb --help tells more)"},
       {{"summarise"},
        "zrb: found 'summarise', expected describe, crosstab, generate, print, fit, import, export, info or blob"},
+      {{"--json", "describe", "in.csv"},
+       "zrb: found '--json', expected describe, crosstab, generate, print, fit, import, export, info or blob"},
       {{"describe"}, "zrb describe: FILE is required (zrb describe --help tells more)"},
       {{"describe", "in.csv", "in.csv"},
        "zrb describe: The following argument was not expected: in.csv (zrb describe --help tells more)"},
       {{"describe", "in.csv", "--wrong"},
        "zrb describe: The following argument was not expected: --wrong (zrb describe --help tells more)"},
+      {{"describe", "in.csv", "--column", "a", "more.csv"},
+       "zrb describe: The following arguments were not expected: --column a more.csv (zrb describe --help tells more)"},
+      {{"describe", ""},
+       "zrb describe: FILE: found '', expected the name of a file, or - for standard input (zrb describe --help tells "
+       "more)"},
+      {{"info", ""}, "zrb info: FILE: found '', expected the name of a .zrb file (zrb info --help tells more)"},
       {{"describe", "in.csv", "--header", "--no-header"},
        "zrb describe: --header excludes --no-header (zrb describe --help tells more)"},
       {{"describe", "in.csv", "--levels", "-1"},
@@ -42,8 +50,8 @@ TEST(CommandLine, a_command_line_that_makes_no_sense_is_a_usage_error_of_one_lin
       {{"generate", "--rows", "x", "--schema", "x:double"},
        "zrb generate: --rows: found 'x', expected a whole number from 0 (zrb generate --help tells more)"},
       {{"generate", "--rows", "99999999999999999999", "--schema", "x:double"},
-       "zrb generate: --rows: found '99999999999999999999', expected a whole number from 0 (zrb generate --help tells "
-       "more)"},
+       "zrb generate: --rows: found '99999999999999999999', expected a whole number from 0 to 9223372036854775807 "
+       "(zrb generate --help tells more)"},
       {{"generate", "--rows", "1", "--seed", "0", "--schema", "x:double"},
        "zrb generate: --seed: found '0', expected a whole number from 1 (zrb generate --help tells more)"},
       {{"generate", "--rows", "1", "--schema", "x:blob"},
@@ -64,6 +72,15 @@ TEST(CommandLine, help_and_version_go_to_standard_output) {
   const ToolResult version = runTool(folder, {"--version"});
   EXPECT_EQ(version.status, 0);
   EXPECT_EQ(version.out.substr(0, 4), "zrb ");
+}
+
+TEST(CommandLine, help_says_what_the_tool_reads) {
+  const TempFolder folder;
+  const ToolResult result = runTool(folder, {"--help"});
+  const std::string first =
+      "Describes, cross-tabulates, prints and fits tables of any length in constant memory: CSV files, and the .zrb "
+      "files that it imports them into.\n";
+  EXPECT_EQ(result.out.substr(0, first.size()), first);
 }
 
 TEST(CommandLine, a_file_may_have_the_name_of_an_option) {

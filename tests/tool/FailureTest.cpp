@@ -34,6 +34,14 @@ TEST(Failure, options_are_shown_as_they_are_typed) {
   EXPECT_EQ(zrbtool::optionText("--na", "-"), "--na -");
 }
 
+TEST(Failure, names_to_choose_from_are_listed_up_to_a_dozen) {
+  EXPECT_EQ(zrbtool::oneOf({"a"}), "one of 'a'");
+  EXPECT_EQ(zrbtool::oneOf({"a", "b\n"}), "one of 'a', 'b\\n'");
+  const std::vector<std::string> dozen(12, "x");
+  EXPECT_EQ(zrbtool::oneOf(dozen), "one of 'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x', 'x'");
+  EXPECT_EQ(zrbtool::oneOf(std::vector<std::string>(13, "x")), zrbtool::oneOf(dozen) + ", ...");
+}
+
 TEST(Failure, things_are_counted_in_words) {
   EXPECT_EQ(zrbtool::counted(0, "row"), "0 rows");
   EXPECT_EQ(zrbtool::counted(1, "row"), "1 row");

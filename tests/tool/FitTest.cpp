@@ -363,6 +363,25 @@ TEST(Fit, too_many_coefficients_are_refused_before_they_fill_the_memory) {
   expectFailure(runTool(folder, {"fit", "in.csv", "y ~ f + g + f:g"}), 1,
                 "in.csv:0:f:g: model too large, found more than 1000 coefficients, expected factors with fewer levels "
                 "(--types NAME=double or timeDate takes values as numbers)");
+  ASSERT_EQ(runTool(folder, {"import", "in.csv", "in.zrb"}).status, 0);
+  expectFailure(runTool(folder, {"fit", "in.zrb", "y ~ f + g + f:g"}), 1,
+                "in.zrb:0:f:g: model too large, found more than 1000 coefficients, expected factors with fewer levels "
+                "(importing again with --types NAME=double or timeDate takes values as numbers)");
+}
+
+TEST(Fit, a_stored_column_of_texts_is_refused_and_the_way_out_works) {
+  const TempFolder folder;
+  folder.write("in.csv", "y,my t,p\n1,a,in.csv\n2,b,in.csv\n4,a,in.csv\n");
+  ASSERT_EQ(runTool(folder, {"import", "in.csv", "in.zrb", "--types", "my t=string", "--blob-column", "b=p"}).status,
+            0);
+  expectFailure(runTool(folder, {"fit", "in.zrb", "y ~ `my t`"}), 2,
+                "in.zrb:0:my t: column cannot be fitted, found type string, expected numbers, dates or a factor "
+                "(importing again with --types 'my t=factor' takes its texts as levels)");
+  // No import makes levels of blobs.
+  expectFailure(runTool(folder, {"fit", "in.zrb", "y ~ b"}), 2,
+                "in.zrb:0:b: column cannot be fitted, found type blob, expected numbers, dates or a factor");
+  ASSERT_EQ(runTool(folder, {"import", "in.csv", "in.zrb", "--types", "my t=factor"}).status, 0);
+  EXPECT_EQ(runTool(folder, {"fit", "in.zrb", "y ~ `my t`"}).status, 0);
 }
 
 // ---- What is shown ----

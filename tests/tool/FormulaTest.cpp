@@ -56,8 +56,10 @@ TEST(Formula, a_mistake_is_reported_with_its_place) {
   } cases[] = {
       {"", "character 1: found the end, expected the name of the response"},
       {"~ x", "character 1: found '~ x', expected the name of the response"},
-      {"y", "character 2: found the end, expected ~ after the response"},
-      {"y = x", "character 3: found '= x', expected ~ after the response"},
+      {"y", "character 2: found the end, expected ~ after the response, as in zrb fit FILE 'y ~ x'"},
+      {"y = x", "character 3: found '= x', expected ~ after the response, as in zrb fit FILE 'y ~ x'"},
+      {"in.csv", "character 7: found the end, expected ~ after the response, as in zrb fit FILE 'y ~ x'"},
+      {"data/in.csv", "character 5: found '/in.csv', expected ~ after the response, as in zrb fit FILE 'y ~ x'"},
       {"y ~ ", "character 5: found the end, expected " + name},
       {"y ~ x +", "character 8: found the end, expected " + name},
       {"y ~ x + + z", "character 9: found '+ z', expected " + name},

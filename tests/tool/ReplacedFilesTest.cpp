@@ -129,6 +129,25 @@ TEST_F(ReplacedFilesOfZrb, a_signal_leaves_the_old_table_and_nothing_else) {
   }
 }
 
+TEST_F(ReplacedFilesOfZrb, a_link_stays_one_and_leads_to_a_file) {
+  fs::create_directory(folder.path() + "/sub");
+  folder.write("sub/real.csv", "before");
+  fs::create_symlink("sub/real.csv", folder.path() + "/link.csv");
+  ASSERT_EQ(runTool(folder, {"export", "out.zrb", "-o", "link.csv"}).status, 0);
+  EXPECT_TRUE(fs::is_symlink(folder.path() + "/link.csv"));
+  EXPECT_EQ(folder.read("sub/real.csv"), kOld);
+
+  fs::create_symlink("sub", folder.path() + "/sublink");
+  expectFailure(runTool(folder, {"export", "out.zrb", "-o", "sublink"}), 3,
+                "sublink:0:0: cannot write, found a folder, expected the name of a file, which may exist");
+  EXPECT_TRUE(fs::is_symlink(folder.path() + "/sublink"));
+  fs::create_symlink("/dev/null", folder.path() + "/new.zrb");
+  expectFailure(runTool(folder, {"import", "old.csv", "new.zrb"}), 3,
+                "new.zrb:0:0: cannot write, found something that is no file, expected the name of a file, which may "
+                "exist");
+  EXPECT_TRUE(fs::is_symlink(folder.path() + "/new.zrb"));
+}
+
 TEST_F(ReplacedFilesOfZrb, a_target_that_is_no_file_is_refused_and_nothing_is_left) {
   fs::create_directory(folder.path() + "/out.csv");
   expectFailure(runTool(folder, {"export", "out.zrb", "-o", "out.csv"}), 3,

@@ -138,9 +138,20 @@ TEST(StoredBlob, a_file_that_cannot_be_read_is_refused_with_its_line_and_nothing
   }
 }
 
+TEST(StoredBlob, a_minus_is_standard_output) {
+  const TempFolder folder;
+  importPictures(folder);
+  EXPECT_EQ(runTool(folder, {"blob", "out.zrb", "--row", "1", "--column", "picture", "-o", "-"}).out, "12345");
+  EXPECT_EQ(runTool(folder, {"export", "out.zrb", "--output", "-"}).out, folder.read("pictures/in.csv"));
+  EXPECT_FALSE(std::filesystem::exists(folder.path() + "/-"));
+  expectSuccess(runTool(folder, {"export", "out.zrb", "-o", "./-"}));
+  EXPECT_EQ(folder.read("-"), folder.read("pictures/in.csv"));
+}
+
 TEST(StoredBlob, a_request_that_makes_no_sense_is_a_usage_error) {
   const TempFolder folder;
   importPictures(folder);
+  expectSuccess(runTool(folder, {"import", "pictures/in.csv", "plain.zrb"}));
   const struct {
     std::vector<std::string> arguments;
     const char* error;
@@ -150,11 +161,20 @@ TEST(StoredBlob, a_request_that_makes_no_sense_is_a_usage_error) {
       {{"blob", "out.zrb", "--row", "0", "--column", "picture"},
        "zrb blob: --row: found '0', expected a whole number from 1 (zrb blob --help tells more)"},
       {{"blob", "out.zrb", "--row", "1", "--column", "none"},
-       "out.zrb:0:none: unknown column, found 'none', expected a blob column"},
+       "out.zrb:0:none: unknown column, found 'none', expected one of 'picture'"},
       {{"blob", "out.zrb", "--row", "1", "--column", "id"},
-       "out.zrb:0:id: type does not fit, found a double column, expected a blob column"},
+       "out.zrb:0:id: type does not fit, found a double column, expected one of 'picture'"},
+      {{"blob", "plain.zrb", "--row", "1", "--column", "id"},
+       "plain.zrb:0:id: type does not fit, found a double column, expected a table with a blob column, as zrb import "
+       "--blob-column makes it"},
+      {{"blob", "plain.zrb", "--row", "1", "--column", "none"},
+       "plain.zrb:0:none: unknown column, found 'none', expected a table with a blob column, as zrb import "
+       "--blob-column makes it"},
       {{"blob", "in.csv", "--row", "1", "--column", "id"},
        "zrb blob: found 'in.csv', expected the name of a file that ends in .zrb"},
+      {{"export", "out.zrb", "-o", ""},
+       "zrb export: --output: found '', expected the name of a file, or - for standard output (zrb export --help tells "
+       "more)"},
       {{"export", "in.csv"}, "zrb export: found 'in.csv', expected the name of a file that ends in .zrb"},
       {{"info", "in.csv"}, "zrb info: found 'in.csv', expected the name of a file that ends in .zrb"},
       {{"import", "pictures/in.csv", "new.zrb", "--blob-column", "x"},
@@ -169,9 +189,10 @@ TEST(StoredBlob, a_request_that_makes_no_sense_is_a_usage_error) {
        "zrb import: found 'new.csv', expected a name for the rows that ends in .zrb"},
       {{"import", "out.zrb", "new.zrb"}, "zrb import: found 'out.zrb', expected a CSV file to import"},
       {{"describe", "out.zrb", "--header"},
-       "zrb: found 'out.zrb', expected a CSV file for the options that tell how to read one"},
-      {{"crosstab", "out.zrb", "--by", "id", "--na", "NA"},
-       "zrb: found 'out.zrb', expected a CSV file for the options that tell how to read one"},
+       "zrb: --header: found 'out.zrb', expected a CSV file (types, names and NA of a .zrb file are those of its "
+       "import)"},
+      {{"crosstab", "--by", "id", "--na", "NA", "--types", "id=factor", "out.zrb", "--skip", "0"},
+       "zrb: --na: found 'out.zrb', expected a CSV file (types, names and NA of a .zrb file are those of its import)"},
       {{"crosstab", "out.zrb", "--by", "none"},
        "out.zrb:0:none: unknown column, found 'none', expected one of 'id', 'path', 'picture'"},
   };

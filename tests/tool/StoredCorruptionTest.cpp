@@ -65,10 +65,10 @@ protected:
              output.write(crossTableJson(crossTabulate(file(), {}, {"f", "s", "x"})));
            }) +
            succeeds([&] {
-             exportTable({file(), "", true}, output);
+             exportTable({file(), "-", true}, output);
            }) +
            succeeds([&] { output.write(tableInfoText(openStored(file(), "zrb info"))); }) + succeeds([&] {
-             writeBlob({file(), 1, "b", ""}, output);
+             writeBlob({file(), 1, "b", "-"}, output);
            });
   }
 

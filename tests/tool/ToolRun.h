@@ -60,7 +60,7 @@ inline ToolResult runShell(const TempFolder& folder, const std::string& command)
     const int err = open((folder.path() + "/.err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     const int in = open("/dev/null", O_RDONLY);
     if (chdir(folder.path().c_str()) != 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0) _exit(125);
-    signal(SIGPIPE, SIG_DFL);
+    for (const int number : {SIGPIPE, SIGHUP, SIGINT, SIGTERM}) signal(number, SIG_DFL);  // nohup ignores SIGHUP
     const std::string script = "zrb() { \"$ZRB\" \"$@\"; }\n" + command;
     setenv("ZRB", ZRB_TOOL_PATH, 1);
     execl("/bin/sh", "sh", "-c", script.c_str(), static_cast<char*>(nullptr));

@@ -1,7 +1,6 @@
 #include "blob_columns.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,31 +9,13 @@
 
 #include "bounds.h"
 #include "failure.h"
+#include "open_file.h"
 
 namespace zrbtool {
 
 namespace {
 
 constexpr std::size_t kPieceBytes = 64 * 1024;
-
-// A file that closes itself.
-class OpenFile {
-public:
-  explicit OpenFile(const std::string& path) : m_handle(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-  ~OpenFile() {
-    if (m_handle >= 0) close(m_handle);
-  }
-  int handle() const { return m_handle; }
-  bool isFile() const {
-    struct stat status;
-    return fstat(m_handle, &status) == 0 && S_ISREG(status.st_mode);
-  }
-
-private:
-  int m_handle;
-};
 
 std::vector<std::string> namesOf(const std::vector<ColumnPlan>& columns) {
   std::vector<std::string> names;
@@ -67,9 +48,10 @@ void BlobColumns::store(long row, const Record& record, ZRBBufWriter& writer) {
                       {"cannot read the file named here", quote(path) + " with " + found,
                        "the path of a file, seen from the folder of the CSV file"});
     };
-    const OpenFile blob(path.front() == '/' ? path : m_folder + path);
-    if (blob.handle() < 0) fail(std::strerror(errno));
-    if (!blob.isFile()) fail("something that is no file");
+    // A pipe does not hold the tool up.
+    const OpenFile blob(path.front() == '/' ? path : m_folder + path, O_RDONLY | O_NONBLOCK);
+    if (!blob.isOpen()) fail(std::strerror(errno));
+    if (!blob.isRegular()) fail("something that is no file");
     errno = 0;
     if (!writer.openBlob(row, source.column)) failWriting(errno);
     if (const int error = copy(blob.handle(), writer)) fail(std::strerror(error));

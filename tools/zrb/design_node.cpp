@@ -22,10 +22,10 @@ constexpr int kResponseExponent = 0;
 
 }  // namespace
 
-DesignNode::DesignNode(const Formula& formula, std::string file, std::size_t mostRegressors)
+DesignNode::DesignNode(const Formula& formula, const TableSource& table, std::size_t mostRegressors)
     : zrb::Node(1, 1),
       m_formula(formula),
-      m_file(std::move(file)),
+      m_table(table),
       m_most_regressors(mostRegressors),
       m_response(true, kResponseExponent) {}
 
@@ -108,7 +108,7 @@ bool DesignNode::hasNA(long row) const {
     const double value = m_values[column][static_cast<std::size_t>(row)];
     if (std::isinf(value)) {
       const std::string& name = column == 0 ? m_formula.response : m_formula.variables[column - 1];
-      throw failureAt(ExitStatus::data, m_file, 0, name,
+      throw failureAt(ExitStatus::data, m_table.file(), 0, name,
                       {"no number to fit", value > 0 ? "inf" : "-inf", "finite numbers or NA"});
     }
     found = found || std::isnan(value);
@@ -134,9 +134,10 @@ std::uint64_t DesignNode::key(std::size_t term, long row) const {
 
 void DesignNode::addRegressor(std::size_t term, long row) {
   if (m_regressors.size() >= m_most_regressors)
-    throw failureAt(ExitStatus::data, m_file, 0, termName(m_formula, term),
+    throw failureAt(ExitStatus::data, m_table.file(), 0, termName(m_formula, term),
                     {"model too large", fmt::format("more than {} coefficients", m_most_regressors),
-                     "factors with fewer levels (--types NAME=double or timeDate takes values as numbers)"});
+                     fmt::format("factors with fewer levels ({} or timeDate takes values as numbers)",
+                                 m_table.typesHint("NAME=double"))});
   std::vector<long> levels;
   for (const std::size_t variable : m_formula.terms[term])
     if (isFactor(variable)) levels.push_back(static_cast<long>(m_values[variable + 1][static_cast<std::size_t>(row)]));

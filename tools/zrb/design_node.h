@@ -10,6 +10,7 @@
 #include "ZRBBuf.h"
 #include "design_column.h"
 #include "formula.h"
+#include "table_source.h"
 #include "zrb/node.h"
 
 namespace zrbtool {
@@ -30,9 +31,10 @@ struct Regressor {
 // resume() lets the node go on.
 class DesignNode : public zrb::Node {
 public:
-  // The input's columns are those of formula.columns(), in this order.
+  // The input's columns are those of formula.columns(), in this order.  `formula` and `table`, which the rows come from,
+  // are borrowed.
   // Throws Failure (data) while it runs: a value that is infinite, or more than `mostRegressors` of them.
-  DesignNode(const Formula& formula, std::string file, std::size_t mostRegressors);
+  DesignNode(const Formula& formula, const TableSource& table, std::size_t mostRegressors);
 
   const std::vector<Regressor>& regressors() const { return m_regressors; }
   const DesignColumn& response() const { return m_response; }
@@ -56,8 +58,8 @@ private:
   double product(std::size_t term, long row) const;
   void encodeRow(long row, long to);
 
-  const Formula& m_formula;
-  std::string m_file;
+  const Formula& m_formula;    // borrowed
+  const TableSource& m_table;  // borrowed; for messages
   std::size_t m_most_regressors;
   std::vector<ZRBBuf::column_type> m_types;                              // of the input's columns
   std::vector<std::unordered_map<std::uint64_t, std::size_t>> m_lookup;  // per term: levels -> regressor

@@ -46,7 +46,7 @@ void exportTable(const ExportOptions& options, Output& standardOutput) {
   if (columns.empty())
     throw failureAt(ExitStatus::usage, options.file, 0, "0",
                     {"nothing to export", "blob columns only", "a column that CSV can hold"});
-  if (options.out.empty()) checkRows(table, columns);
+  if (isStandardOutput(options.out)) checkRows(table, columns);
   writeTo(options.out, standardOutput, [&](Output& output) {
     StoredSource source(table, columns);
     auto writer = zrb::make<CsvWriter>(output, writing);

@@ -9,7 +9,7 @@ namespace zrbtool {
 
 struct ExportOptions {
   std::string file;
-  std::string out;  // empty: standard output
+  std::string out = "-";  // standard output
   bool header = true;
 };
 

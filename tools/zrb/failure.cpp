@@ -13,6 +13,7 @@ namespace zrbtool {
 namespace {
 
 constexpr std::size_t kLongestQuote = 60;
+constexpr std::size_t kNamesShown = 12;
 
 void appendEscaped(std::string& line, unsigned char byte) {
   switch (byte) {
@@ -52,6 +53,12 @@ std::string onOneLine(std::string_view text) {
 std::string quote(std::string_view text) {
   if (text.size() <= kLongestQuote) return "'" + onOneLine(text) + "'";
   return "'" + onOneLine(utf8Prefix(text, kLongestQuote)) + "'...";
+}
+
+std::string oneOf(const std::vector<std::string>& names) {
+  std::string text = "one of ";
+  for (std::size_t i = 0; i < names.size() && i < kNamesShown; ++i) text += (i > 0 ? ", " : "") + quote(names[i]);
+  return names.size() > kNamesShown ? text + ", ..." : text;
 }
 
 std::string counted(long long count, std::string_view thing) {

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zrbtool {
 
@@ -41,6 +42,9 @@ std::string onOneLine(std::string_view text);
 
 // The same in single quotes, cut after some 60 bytes.
 std::string quote(std::string_view text);
+
+// "one of 'a', 'b'", with the first few names of many
+std::string oneOf(const std::vector<std::string>& names);
 
 // "1 row", "2 rows"
 std::string counted(long long count, std::string_view thing);

@@ -1,24 +1,24 @@
 #include "file_output.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-
-#include "failure.h"
+#include <filesystem>
+#include <system_error>
 
 namespace zrbtool {
 
-FileOutput::FileOutput(const std::string& file)
-    : m_handle(open(m_files.add(file).c_str(), O_WRONLY | O_CLOEXEC)), m_output(m_handle, file) {
-  if (m_handle < 0)
-    throw failureAt(ExitStatus::io, file, 0, "0", {"cannot write", std::strerror(errno), "a file that can be written"});
+namespace {
+
+// The file that a link leads to, so that it stays one; `file` itself where it is no link, or leads to no file.
+std::string followed(const std::string& file) {
+  std::error_code error;
+  if (!std::filesystem::is_symlink(file, error)) return file;
+  const std::filesystem::path place = std::filesystem::canonical(file, error);
+  return std::filesystem::is_regular_file(place, error) ? place.string() : file;
 }
 
-FileOutput::~FileOutput() {
-  if (m_handle >= 0) close(m_handle);
-}
+}  // namespace
+
+FileOutput::FileOutput(const std::string& file)
+    : m_file(openToWrite(m_files.add(followed(file)), file)), m_output(m_file.handle(), file) {}
 
 void FileOutput::commit() {
   m_output.flush();

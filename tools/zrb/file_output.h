@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "open_file.h"
 #include "output.h"
 #include "replaced_files.h"
 
@@ -10,11 +11,8 @@ namespace zrbtool {
 
 class FileOutput {
 public:
-  // Throws Failure (io).
+  // A link is followed.  Throws Failure (io).
   explicit FileOutput(const std::string& file);
-  FileOutput(const FileOutput&) = delete;
-  FileOutput& operator=(const FileOutput&) = delete;
-  ~FileOutput();
 
   Output& output() { return m_output; }
   // The file is what was written.  Throws Failure (io), and then it is what it was before.
@@ -22,14 +20,17 @@ public:
 
 private:
   ReplacedFiles m_files;
-  int m_handle;
+  OpenFile m_file;
   Output m_output;
 };
 
-// Has a text written to `file`, or to standard output for an empty name.
+// "-", as for input.
+inline bool isStandardOutput(const std::string& file) { return file == "-"; }
+
+// Has a text written to `file`, or to standard output for its name.
 template <class Write>
 void writeTo(const std::string& file, Output& standardOutput, Write write) {
-  if (file.empty()) return write(standardOutput);
+  if (isStandardOutput(file)) return write(standardOutput);
   FileOutput output(file);
   write(output.output());
   output.commit();

@@ -40,11 +40,11 @@ void checkTypes(TableSource& source, const Formula& formula) {
     const bool fits =
         type == ZRBBuf::column_double || type == ZRBBuf::column_timeDate || (type == ZRBBuf::column_factor && i > 0);
     if (fits) continue;
+    std::string expected = i == 0 ? "a response of numbers or dates" : "numbers, dates or a factor";
+    if (i > 0 && type == ZRBBuf::column_string)
+      expected += fmt::format(" ({} takes its texts as levels)", source.typesHint(names[i] + "=factor"));
     throw failureAt(ExitStatus::usage, source.file(), 0, names[i],
-                    {"column cannot be fitted", fmt::format("type {}", zrb::columnTypeName(type)),
-                     i == 0 ? std::string("a response of numbers or dates")
-                            : fmt::format("numbers, dates or a factor ({} takes its texts as levels)",
-                                          optionText("--types", names[i] + "=factor"))});
+                    {"column cannot be fitted", fmt::format("type {}", zrb::columnTypeName(type)), expected});
   }
 }
 
@@ -52,7 +52,7 @@ void checkTypes(TableSource& source, const Formula& formula) {
 class FitRun {
 public:
   FitRun(const std::string& file, const CsvOptions& options, const Formula& formula, long chunkRows)
-      : m_source(openTable(file, options, requestOf(formula))), m_node(formula, file, kMostRegressors) {
+      : m_source(openTable(file, options, requestOf(formula))), m_node(formula, *m_source, kMostRegressors) {
     checkTypes(*m_source, formula);
     const long inputRows = m_source->chunkRows();
     m_design = zrb::make<ZRBMemoryBuf>();

@@ -30,7 +30,7 @@ public:
   Formula parse() {
     skipBlanks();
     m_formula.response = name("the name of the response");
-    if (!take('~')) fail(m_at, "~ after the response");
+    if (!take('~')) fail(m_at, "~ after the response, as in zrb fit FILE 'y ~ x'");
     sum();
     for (std::size_t i = 0; i < m_formula.variables.size(); ++i)
       if (m_formula.variables[i] == m_formula.response) fail(m_first_at[i], "other columns than the response");

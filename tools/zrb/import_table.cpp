@@ -1,8 +1,6 @@
 #include "import_table.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <memory>
@@ -13,6 +11,7 @@
 #include "failure.h"
 #include "library_failure.h"
 #include "na_texts_seen.h"
+#include "open_file.h"
 #include "output.h"
 #include "replaced_files.h"
 #include "stored_schema.h"
@@ -115,16 +114,10 @@ void writeSchema(const std::string& name, const std::string& target, const Store
     throw failureAt(ExitStatus::data, target, 0, "0",
                     {"schema too large", counted(static_cast<long long>(text.size()), "byte"),
                      fmt::format("at most {} (--types NAME=string keeps texts out of it)", kMostSchemaBytes)});
-  const int handle = open(name.c_str(), O_WRONLY | O_CLOEXEC);
-  Output output(handle, target);
-  try {
-    output.write(text);
-    output.flush();
-  } catch (...) {
-    close(handle);
-    throw;
-  }
-  close(handle);
+  const OpenFile file = openToWrite(name, target);
+  Output output(file.handle(), target);
+  output.write(text);
+  output.flush();
 }
 
 }  // namespace

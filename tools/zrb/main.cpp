@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <new>
 #include <optional>
@@ -38,16 +39,34 @@ CLI::Validator atLeast(long long least) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     const bool fits = error == std::errc() && end == text.data() + text.size() && number >= least;
     if (fits) return "";
-    return "found " + quote(text) + ", expected a whole number from " + std::to_string(least);
+    std::string expected = "a whole number from " + std::to_string(least);
+    if (error == std::errc::result_out_of_range)
+      expected += " to " + std::to_string(std::numeric_limits<long long>::max());
+    return "found " + quote(text) + ", expected " + expected;
   };
   return CLI::Validator(std::function<std::string(std::string&)>(check), "");
 }
 
+// The name of a file: not the empty text of a variable that a script forgot to set.
+CLI::Validator aName(const char* expected) {
+  const auto check = [expected](const std::string& text) -> std::string {
+    return text.empty() ? std::string("found '', expected ") + expected : "";
+  };
+  return CLI::Validator(std::function<std::string(std::string&)>(check), "");
+}
+
+constexpr const char* kInputName = "the name of a file, or - for standard input";
+constexpr const char* kStoredName = "the name of a .zrb file";
+constexpr const char* kOutputName = "the name of a file, or - for standard output";
+
 constexpr const char* kExitStatuses =
     "Exit status: 0, or 1 when the data, 2 when the command line and 3 when reading or writing is at fault.";
 
+constexpr const char* kReadingOptions = "How the CSV file is read; what is not given is found out from its beginning";
+
 // The options of every verb that reads a table, as texts.
 struct CsvArguments {
+  const CLI::App* command = nullptr;  // the verb
   std::string file;
   std::optional<std::string> delimiter;
   std::optional<std::string> names;
@@ -61,8 +80,9 @@ struct CsvArguments {
   long long skipLines = 0;
 
   void addTo(CLI::App& verb, const char* fileHelp = "CSV file, - is standard input; or a .zrb file of zrb import") {
-    verb.add_option("FILE", file, fileHelp)->required();
-    const std::string group = "How the CSV file is read; what is not given is found out from its beginning";
+    command = &verb;
+    verb.add_option("FILE", file, fileHelp)->required()->check(aName(kInputName));
+    const std::string group = kReadingOptions;
     verb.add_option("--delimiter", delimiter, "comma, semicolon, tab, pipe, space or another character")->group(group);
     auto* withHeader = verb.add_flag("--header", header, "the first line holds the names")->group(group);
     verb.add_flag("--no-header", noHeader, "the first line is data; the names are 1, 2, 3, ...")
@@ -81,12 +101,18 @@ struct CsvArguments {
     verb.add_option("--skip", skipLines, "lines to leave out before the first one")->check(atLeast(0))->group(group);
   }
 
+  // A .zrb file is read as its schema tells, and no option may say otherwise.
+  void refuseForStored() const {
+    if (!isStoredName(file)) return;
+    for (const CLI::Option* given : command->parse_order())
+      if (given->get_group() == kReadingOptions)
+        throw Failure(ExitStatus::usage,
+                      "zrb: " + given->get_name() + ": found " + quote(file) +
+                          ", expected a CSV file (types, names and NA of a .zrb file are those of its import)");
+  }
+
   CsvOptions options() const {
-    const bool any = delimiter || names || !types.empty() || !na.empty() || header || noHeader || noQuotes || trim ||
-                     fill || skipLines > 0;
-    if (any && isStoredName(file))
-      throw Failure(ExitStatus::usage,
-                    "zrb: found " + quote(file) + ", expected a CSV file for the options that tell how to read one");
+    refuseForStored();
     CsvOptions options;
     if (delimiter) options.delimiter = parseDelimiter(*delimiter);
     if (header || noHeader) options.header = header;
@@ -213,8 +239,10 @@ void addExport(CLI::App& app, Output& output) {
   };
   auto arguments = std::make_shared<Arguments>();
   CLI::App* verb = app.add_subcommand("export", "Rows on disk as CSV");
-  verb->add_option("FILE", arguments->options.file, ".zrb file")->required();
-  verb->add_option("-o,--output", arguments->options.out, "CSV file to write in place of standard output");
+  verb->add_option("FILE", arguments->options.file, ".zrb file")->required()->check(aName(kStoredName));
+  verb->add_option("-o,--output", arguments->options.out, "CSV file to write; - is standard output")
+      ->check(aName(kOutputName))
+      ->capture_default_str();
   verb->add_flag("--no-header", arguments->noHeader, "leave out the line with the names");
   verb->callback([arguments, &output] {
     arguments->options.header = !arguments->noHeader;
@@ -229,7 +257,7 @@ void addInfo(CLI::App& app, Output& output) {
   };
   auto arguments = std::make_shared<Arguments>();
   CLI::App* verb = app.add_subcommand("info", "Columns and layout of rows on disk");
-  verb->add_option("FILE", arguments->file, ".zrb file")->required();
+  verb->add_option("FILE", arguments->file, ".zrb file")->required()->check(aName(kStoredName));
   verb->add_flag("--json", arguments->json, "print JSON, with all levels");
   verb->callback([arguments, &output] {
     const StoredTable table = openStored(arguments->file, "zrb info");
@@ -240,10 +268,12 @@ void addInfo(CLI::App& app, Output& output) {
 void addBlob(CLI::App& app, Output& output) {
   auto options = std::make_shared<BlobOptions>();
   CLI::App* verb = app.add_subcommand("blob", "One blob of rows on disk");
-  verb->add_option("FILE", options->file, ".zrb file")->required();
+  verb->add_option("FILE", options->file, ".zrb file")->required()->check(aName(kStoredName));
   verb->add_option("--row", options->row, "number of the row, from 1")->required()->check(atLeast(1));
   verb->add_option("--column", options->column, "name of the blob column")->required();
-  verb->add_option("-o,--output", options->out, "file to write in place of standard output");
+  verb->add_option("-o,--output", options->out, "file to write; - is standard output")
+      ->check(aName(kOutputName))
+      ->capture_default_str();
   verb->callback([options, &output] { writeBlob(*options, output); });
 }
 
@@ -273,6 +303,18 @@ void addFit(CLI::App& app, Output& output) {
   });
 }
 
+// What is wrong with the command line.
+std::string reasonText(const CLI::App& app, const CLI::ParseError& reason) {
+  if (reason.get_exit_code() != static_cast<int>(CLI::ExitCodes::ExtrasError)) return reason.what();
+  // CLI11 names those of a verb in reverse.
+  std::string text;
+  const std::vector<std::string> extras = app.remaining(true);
+  for (const std::string& extra : extras) text += " " + extra;
+  return (extras.size() == 1 ? "The following argument was not expected:"
+                             : "The following arguments were not expected:") +
+         text;
+}
+
 // Text in place of a run: help and version go to standard output, a wrong command line to standard error.
 ExitStatus explain(const CLI::App& app, const CLI::ParseError& reason, Output& output) {
   if (reason.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
@@ -284,12 +326,15 @@ ExitStatus explain(const CLI::App& app, const CLI::ParseError& reason, Output& o
   std::string verb;
   for (const CLI::App* chosen : app.get_subcommands()) verb = " " + chosen->get_name();
   throw Failure(ExitStatus::usage,
-                "zrb" + verb + ": " + onOneLine(reason.what()) + " (zrb" + verb + " --help tells more)");
+                "zrb" + verb + ": " + onOneLine(reasonText(app, reason)) + " (zrb" + verb + " --help tells more)");
 }
 
 ExitStatus run(int argc, char** argv) {
   Output output;
-  CLI::App app("Describes and cross-tabulates CSV files of any length in constant memory.", "zrb");
+  CLI::App app(
+      "Describes, cross-tabulates, prints and fits tables of any length in constant memory: CSV files, and the .zrb "
+      "files that it imports them into.",
+      "zrb");
   app.footer(kExitStatuses);
   app.set_version_flag("--version", "zrb " ZRB_VERSION);
   app.require_subcommand(1);
@@ -302,7 +347,8 @@ ExitStatus run(int argc, char** argv) {
   addExport(app, output);
   addInfo(app, output);
   addBlob(app, output);
-  const bool knowsVerb = argc < 2 || argv[1][0] == '-' ||
+  // The options of a verb stand behind it.
+  const bool knowsVerb = argc < 2 || app.get_option_no_throw(argv[1]) ||
                          !app.get_subcommands([&](CLI::App* verb) { return verb->check_name(argv[1]); }).empty();
   if (!knowsVerb) throw Failure(ExitStatus::usage, "zrb: found " + quote(argv[1]) + ", expected " + verbNames(app));
   ExitStatus status = ExitStatus::ok;

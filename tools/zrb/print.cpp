@@ -87,7 +87,7 @@ void runFirstRows(TableSource& source, ZRBProc& sink, long long mostRows, void (
   // No node gets a chance to do more rows than are still wanted.
   const auto limitChunks = [&](long long rows) {
     const long chunk = static_cast<long>(std::min<long long>(rows, source.chunkRows()));
-    zrb::detail::forEachNode(*pipeline, [&](ZRBProc& node) { zrb::set(node, "num.rows", chunk); });
+    zrb::forEachNode(*pipeline, [&](ZRBProc& node) { zrb::set(node, "num.rows", chunk); });
     // It waits for what it asked for when its last chunk ended, which may be more.
     sink.getInputBufReader(0)->setRequestRows(chunk);
   };

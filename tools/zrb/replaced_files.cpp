@@ -5,11 +5,13 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cassert>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "failure.h"
+#include "open_file.h"
 
 namespace zrbtool {
 
@@ -50,10 +52,10 @@ Failure cannot(const std::string& what, const std::string& target) {
                    {what, std::strerror(errno), "a file that can be written, in a folder with room for it"});
 }
 
-// Nothing but a file is replaced: no folder, no device.
+// Nothing but a file is replaced: no folder, no device, no link to one.
 void checkTarget(const std::string& target) {
   struct stat status;
-  if (lstat(target.c_str(), &status) != 0 || S_ISREG(status.st_mode) || S_ISLNK(status.st_mode)) return;
+  if (stat(target.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return;
   throw failureAt(ExitStatus::io, target, 0, "0",
                   {"cannot write", S_ISDIR(status.st_mode) ? "a folder" : "something that is no file",
                    "the name of a file, which may exist"});
@@ -73,13 +75,9 @@ mode_t usualMode() {
 
 // The file's bytes and its mode on the disk.
 void finish(const std::string& file, const std::string& target) {
-  const int handle = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-  if (handle < 0) throw cannot("cannot write", target);
-  const bool done = fchmod(handle, usualMode()) == 0 && fsync(handle) == 0;
-  const int error = errno;
-  close(handle);
-  errno = error;
-  if (!done) throw cannot("cannot write", target);
+  const OpenFile opened(file, O_RDONLY);
+  if (!opened.isOpen() || fchmod(opened.handle(), usualMode()) != 0 || fsync(opened.handle()) != 0)
+    throw cannot("cannot write", target);
 }
 
 }  // namespace
@@ -106,14 +104,13 @@ ReplacedFiles::~ReplacedFiles() {
 }
 
 const std::string& ReplacedFiles::add(const std::string& target) {
+  assert(m_removable < kMostFiles);
   checkTarget(target);
   File& file = m_files.emplace_back();
   file.target = target;
   std::string name = target + ".XXXXXX";
   const SignalsHeld held;
-  const int handle = mkostemp(name.data(), O_CLOEXEC);
-  if (handle < 0) throw cannot("cannot write", target);
-  close(handle);
+  if (!OpenFile(mkostemp(name.data(), O_CLOEXEC)).isOpen()) throw cannot("cannot write", target);
   file.fresh = name;
   file.aside = name + ".old";
   removable[m_removable++].store(file.fresh.c_str());
@@ -139,13 +136,10 @@ void ReplacedFiles::put(File& file) {
 }
 
 void ReplacedFiles::syncFolder(const std::string& target) {
-  const int handle = open(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (handle < 0) return;                                   // a folder that may be written but not read
-  const bool done = fsync(handle) == 0 || errno == EINVAL;  // some file systems do not do it for folders
-  const int error = errno;
-  close(handle);
-  errno = error;
-  if (!done) throw cannot("cannot replace", target);
+  const OpenFile folder(folderOf(target), O_RDONLY | O_DIRECTORY);
+  if (!folder.isOpen()) return;                                // one that may be written but not read
+  if (fsync(folder.handle()) == 0 || errno == EINVAL) return;  // some file systems do not do it for folders
+  throw cannot("cannot replace", target);
 }
 
 void ReplacedFiles::undo() {

@@ -27,6 +27,7 @@ public:
   ~ReplacedFiles();
 
   // The name of a new, empty file in the folder of `target`.  Throws Failure (io).
+  // REQUIRES: fewer than kMostFiles files were added before.
   const std::string& add(const std::string& target);
   // commit() removes `target`, if it is there.  Throws Failure (io) where it is no file.
   void addRemoval(const std::string& target);

@@ -247,12 +247,9 @@ CsvLayout sniffCsv(std::string_view sample, bool isAll, const CsvOptions& option
 }
 
 Failure unknownColumn(const std::string& file, const CsvLayout& layout, const std::string& name) {
-  constexpr std::size_t kNamesShown = 12;
-  std::string names;
-  for (std::size_t i = 0; i < layout.columns.size() && i < kNamesShown; ++i)
-    names += (i > 0 ? ", " : "") + quote(layout.columns[i].name);
-  if (layout.columns.size() > kNamesShown) names += ", ...";
-  return failureAt(ExitStatus::usage, file, layout.firstLine, name, {"unknown column", quote(name), "one of " + names});
+  std::vector<std::string> names;
+  for (const ColumnPlan& column : layout.columns) names.push_back(column.name);
+  return failureAt(ExitStatus::usage, file, layout.firstLine, name, {"unknown column", quote(name), oneOf(names)});
 }
 
 Failure failureOf(const CsvError& error, const std::string& file, const std::vector<ColumnPlan>& columns) {

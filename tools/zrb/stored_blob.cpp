@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <vector>
 
 #include "ZRBBufReader.h"
 #include "ZRBProc.h"
@@ -20,16 +21,23 @@ namespace {
 
 constexpr std::size_t kPieceBytes = 64 * 1024;
 
+std::string expectedColumn(const StoredTable& table) {
+  std::vector<std::string> names;
+  for (const StoredColumn& column : table.schema.columns)
+    if (column.type == ZRBBuf::column_blob) names.push_back(column.name);
+  return names.empty() ? "a table with a blob column, as zrb import --blob-column makes it" : oneOf(names);
+}
+
 long columnOf(const StoredTable& table, const std::string& name) {
   const auto& columns = table.schema.columns;
   const auto found =
       std::find_if(columns.begin(), columns.end(), [&](const StoredColumn& column) { return column.name == name; });
   if (found == columns.end())
-    throw failureAt(ExitStatus::usage, table.file, 0, name, {"unknown column", quote(name), "a blob column"});
+    throw failureAt(ExitStatus::usage, table.file, 0, name, {"unknown column", quote(name), expectedColumn(table)});
   if (found->type != ZRBBuf::column_blob)
     throw failureAt(
         ExitStatus::usage, table.file, 0, name,
-        {"type does not fit", fmt::format("a {} column", zrb::columnTypeName(found->type)), "a blob column"});
+        {"type does not fit", fmt::format("a {} column", zrb::columnTypeName(found->type)), expectedColumn(table)});
   return found - columns.begin();
 }
 

@@ -82,4 +82,8 @@ nlohmann::ordered_json StoredSource::formatJson() const {
   return json;
 }
 
+std::string StoredSource::typesHint(const std::string& declaration) const {
+  return "importing again with " + optionText("--types", declaration);
+}
+
 }  // namespace zrbtool

@@ -25,6 +25,7 @@ public:
   const std::string& file() const override { return m_table.file; }
   std::string formatText() const override;
   nlohmann::ordered_json formatJson() const override;
+  std::string typesHint(const std::string& declaration) const override;
 
 private:
   void connect(const std::vector<std::size_t>& columns, bool asFactors);

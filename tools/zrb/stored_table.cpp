@@ -3,12 +3,12 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
 #include "failure.h"
+#include "open_file.h"
 #include "zrb/column.h"
 #include "zrb/property.h"
 
@@ -18,12 +18,10 @@ namespace {
 
 // Refuses a file that cannot be read or has another size.
 void checkFile(const std::string& file, long long bytes, const std::string& why) {
-  const int handle = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);  // a pipe does not hold the tool up
+  const OpenFile opened(file, O_RDONLY | O_NONBLOCK);  // a pipe does not hold the tool up
   struct stat status;
-  const bool known = handle >= 0 && fstat(handle, &status) == 0;
-  const int error = errno;
-  if (handle >= 0) close(handle);
-  if (!known) throw failureAt(ExitStatus::io, file, 0, "0", {"cannot open", std::strerror(error), why});
+  if (!opened.isOpen() || fstat(opened.handle(), &status) != 0)
+    throw failureAt(ExitStatus::io, file, 0, "0", {"cannot open", std::strerror(errno), why});
   if (!S_ISREG(status.st_mode))
     throw failureAt(ExitStatus::io, file, 0, "0", {"cannot open", "something that is no file", why});
   if (bytes >= 0 && status.st_size != bytes)

@@ -9,6 +9,7 @@
 #include "ZRBBuf.h"
 #include "ZRBPipeline.h"
 #include "csv_options.h"
+#include "failure.h"
 
 namespace zrbtool {
 
@@ -38,6 +39,9 @@ public:
   // How the file was read, for people and for programs.
   virtual std::string formatText() const = 0;
   virtual nlohmann::ordered_json formatJson() const = 0;
+  // How the user gives a column another type, for the advice of a message; `declaration` is its NAME=TYPE.  As for CSV
+  // where the source does not know better: --types x=factor
+  virtual std::string typesHint(const std::string& declaration) const { return optionText("--types", declaration); }
 };
 
 // Throws Failure.  The options are for CSV files.
