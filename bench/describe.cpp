@@ -107,10 +107,10 @@ NumberScan scanFile(const char* path) {
 
 class DescribedTable {
 public:
-  DescribedTable(CsvNumbers numbers, long bytes) : m_table(numbers, bytes) {}
+  DescribedTable(CsvNumbers numbers, long bytes) : m_table(numbers, bytes, m_file.path()) {}
 
   double runProgram() {
-    ChildRun run = describe(m_table.path(), "/dev/null");
+    ChildRun run = describe(m_file.path(), "/dev/null");
     m_output = std::move(run.output);
     return run.ns;
   }
@@ -118,14 +118,14 @@ public:
   double runFloor() {
     Stopwatch watch;
     watch.start();
-    m_scan = scanFile(m_table.path());
+    m_scan = scanFile(m_file.path());
     watch.stop();
     return watch.ns();
   }
 
   void check() {
     checkAnswer(m_output, m_table);
-    checkAnswer(describe("-", m_table.path()).output, m_table);  // as standard input
+    checkAnswer(describe("-", m_file.path()).output, m_table);  // as standard input
     requireEqual(m_scan.lines, m_table.rows(), "lines of the floor");
     requireSameBits(m_scan.sum, m_table.sum(), "sum of the floor");
   }
@@ -133,6 +133,7 @@ public:
   const CsvTable& table() const { return m_table; }
 
 private:
+  ScratchFile m_file{"table.csv"};
   CsvTable m_table;
   std::string m_output;
   NumberScan m_scan;

@@ -3,6 +3,7 @@ import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 
 export const folder = process.argv[2];
+export const tableFile = join(folder, 'table.csv');
 
 export const expected = Object.fromEntries(
   readFileSync(join(folder, 'expected.txt'), 'utf8').trim().split('\n').map((line) => {
@@ -31,24 +32,25 @@ export function checkCounts(name, counts) {
 }
 
 // Of each column: minimum, maximum, mean, deviation and the number of NA.
-export function checkStatistics(columns) {
+export function checkStatistics(columns, prefix = 'd') {
   columns.forEach(([min, max, mean, deviation, missing], c) => {
-    requireValue(min, `d${c}.min`);
-    requireValue(max, `d${c}.max`);
-    requireValue(mean, `d${c}.mean`, 1e-12);
-    requireValue(deviation, `d${c}.sd`, 1e-12);
-    requireValue(missing, `d${c}.na`);
+    const name = `${prefix}${c}`;
+    requireValue(min, `${name}.min`);
+    requireValue(max, `${name}.max`);
+    requireValue(mean, `${name}.mean`, 1e-12);
+    requireValue(deviation, `${name}.sd`, 1e-12);
+    requireValue(missing, `${name}.na`);
   });
 }
 
-export async function measure(tool, work, units, run, check) {
+export async function measure(tool, work, units, run, check, runs = 7) {
   check(await run());
   const times = [];
-  for (let i = 0; i < 7; ++i) {
+  for (let i = 0; i < runs; ++i) {
     const start = performance.now();
     await run();
     times.push(performance.now() - start);
   }
   times.sort((a, b) => a - b);
-  console.log(`${tool}\t${work}\t${((times[3] / units) * 1e6).toPrecision(3)}`);
+  console.log(`${tool}\t${work}\t${((times[(runs - 1) / 2] / units) * 1e6).toPrecision(3)}`);
 }

@@ -5,7 +5,8 @@
 // d0.f64 .. d7.f64     doubles, 1 % NaN for NA
 // f5.i32 f500.i32 ...  levels 1, 2, ..., 1 % 0 for NA
 // x1.f64 .. x49.f64    regressors, ROWS / 5 of them; yP.f64 = 1 + 2 x1 + ... + P x(P-1), exactly
-// expected.txt         a name and a number per line
+// table.csv            8 doubles and 2 factors, 150 ROWS bytes, at most 150 MB
+// expected.txt         a name and a number per line; csv0 .. csv9 are the columns of table.csv
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -14,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "support/csv_table.h"
 #include "support/fixed_random.h"
 
 namespace {
@@ -45,6 +47,13 @@ void save(const std::string& name, const std::vector<Value>& values) {
   close(file);
 }
 
+void printStatistics(std::FILE* expected, const std::string& name, double min, double max, long double mean,
+                     long double deviation, long long countNA) {
+  std::fprintf(expected, "%s.min %.17g\n%s.max %.17g\n", name.c_str(), min, name.c_str(), max);
+  std::fprintf(expected, "%s.mean %.17Lg\n%s.sd %.17Lg\n", name.c_str(), mean, name.c_str(), deviation);
+  std::fprintf(expected, "%s.na %lld\n", name.c_str(), countNA);
+}
+
 void expectStatistics(std::FILE* expected, const std::string& name, const std::vector<double>& values) {
   double min = std::numeric_limits<double>::infinity(), max = -min;
   long double sum = 0, squares = 0;
@@ -61,18 +70,26 @@ void expectStatistics(std::FILE* expected, const std::string& name, const std::v
     const long double deviation = static_cast<long double>(x) - mean;
     if (x == x) squares += deviation * deviation;
   }
-  std::fprintf(expected, "%s.min %.17g\n%s.max %.17g\n", name.c_str(), min, name.c_str(), max);
-  std::fprintf(expected, "%s.mean %.17Lg\n", name.c_str(), mean);
-  std::fprintf(expected, "%s.sd %.17Lg\n", name.c_str(), std::sqrt(squares / static_cast<long double>(count - 1)));
-  std::fprintf(expected, "%s.na %zu\n", name.c_str(), values.size() - static_cast<std::size_t>(count));
+  printStatistics(expected, name, min, max, mean, std::sqrt(squares / static_cast<long double>(count - 1)),
+                  static_cast<long>(values.size()) - count);
 }
 
-// Of the combinations that occur without NA: how many, and the sum of the squares of their counts.
+// Of the combinations that occur: how many, and the sum of the squares of their counts.
+void printCounts(std::FILE* expected, const std::string& name, const std::vector<long long>& counts) {
+  long long cells = 0, squares = 0;
+  for (const long long count : counts) {
+    cells += count > 0;
+    squares += count * count;
+  }
+  std::fprintf(expected, "%s.cells %lld\n%s.squares %lld\n", name.c_str(), cells, name.c_str(), squares);
+}
+
+// Of the combinations without NA.
 void expectCounts(std::FILE* expected, const std::string& name, const std::vector<const std::vector<int>*>& columns,
                   const std::vector<int>& levels) {
   std::size_t size = 1;
   for (const int count : levels) size *= static_cast<std::size_t>(count);
-  std::vector<long> counts(size);
+  std::vector<long long> counts(size);
   for (std::size_t row = 0; row < columns[0]->size(); ++row) {
     std::size_t at = 0;
     bool isNA = false;
@@ -83,12 +100,21 @@ void expectCounts(std::FILE* expected, const std::string& name, const std::vecto
     }
     if (!isNA) ++counts[at];
   }
-  long cells = 0, squares = 0;
-  for (const long count : counts) {
-    cells += count > 0;
-    squares += count * count;
+  printCounts(expected, name, counts);
+}
+
+void makeTable(std::FILE* expected, long bytes) {
+  using bench::CsvTable;
+  const CsvTable table(bench::CsvNumbers::fullDoubles, bytes, (folder + "/table.csv").c_str());
+  std::fprintf(expected, "csv_bytes %ld\n", table.bytes());
+  for (long c = 0; c < CsvTable::kDoubles; ++c) {
+    const bench::RunningStatistics& found = table.statistics(c);
+    printStatistics(expected, "csv" + std::to_string(c), found.min, found.max, static_cast<long double>(found.mean),
+                    static_cast<long double>(found.stdDev()), found.countNA);
   }
-  std::fprintf(expected, "%s.cells %ld\n%s.squares %ld\n", name.c_str(), cells, name.c_str(), squares);
+  for (std::size_t factor = 0; factor < CsvTable::kLevels.size(); ++factor)
+    printCounts(expected, "csv" + std::to_string(CsvTable::kDoubles + static_cast<long>(factor)),
+                table.levelCounts(factor));
 }
 
 }  // namespace
@@ -139,5 +165,6 @@ int main(int argc, char** argv) {
     save("x" + std::to_string(c) + ".f64", values);
     if (c + 1 == 5 || c + 1 == 10 || c + 1 == 50) save("y" + std::to_string(c + 1) + ".f64", sum);
   }
+  makeTable(expected, std::min(150 * rows, 150'000'000L));
   close(expected);
 }

@@ -1,6 +1,6 @@
 // DuckDB on the columns in the folder given: lines of tool, work and nanoseconds per cell or row.
 import { createRequire } from 'node:module';
-import { checkCounts, checkStatistics, doubles, expected, levels, measure } from './columns.mjs';
+import { checkCounts, checkStatistics, doubles, expected, levels, measure, tableFile } from './columns.mjs';
 
 // From the folder that the packages were installed to.
 const { DOUBLE, DuckDBDataChunk, DuckDBInstance, INTEGER, version } =
@@ -38,13 +38,21 @@ await connection.run('drop table numbers');
 // Timed without the conversion of the result to JavaScript's values.
 const query = (sql) => connection.runAndReadAll(sql);
 
-const statistics = [0, 1, 2, 3, 4, 5, 6, 7]
-  .map((c) => `min(d${c}), max(d${c}), avg(d${c}), stddev_samp(d${c}), count(*) - count(d${c})`)
+const statistics = (first) => [0, 1, 2, 3, 4, 5, 6, 7]
+  .map((c) => `d${first + c}`)
+  .map((name) => `min(${name}), max(${name}), avg(${name}), stddev_samp(${name}), count(*) - count(${name})`)
   .join(', ');
-await measure(tool, 'describe', 8 * rows, () => query(`select ${statistics} from t`), (found) => {
+const byColumn = (row) => [0, 1, 2, 3, 4, 5, 6, 7].map((c) => row.slice(5 * c, 5 * c + 5));
+await measure(tool, 'describe', 8 * rows, () => query(`select ${statistics(0)} from t`),
+  (found) => checkStatistics(byColumn(found.getRowsJS()[0])));
+const describeFile = `select ${statistics(1)}, map_values(histogram(site)), map_values(histogram(species))
+  from read_csv('${tableFile.replaceAll("'", "''")}', nullstr = 'NA')`;
+await measure(tool, 'zrb describe', expected.csv_bytes, () => query(describeFile), (found) => {
   const [row] = found.getRowsJS();
-  checkStatistics([0, 1, 2, 3, 4, 5, 6, 7].map((c) => row.slice(5 * c, 5 * c + 5)));
-});
+  checkStatistics(byColumn(row), 'csv');
+  checkCounts('csv8', row[40]);
+  checkCounts('csv9', row[41]);
+}, 3);
 for (const count of [5, 500, 60000])
   await measure(tool, `levels ${count}`, rows, () => query(`select f${count}, count(*) from t group by f${count}`),
     (found) => checkCounts(`f${count}`, found.getRowsJS().filter((row) => row[0] !== null).map((row) => row[1])));

@@ -1,6 +1,6 @@
 // Polars on the columns in the folder given: lines of tool, work and nanoseconds per cell or row.
 import { createRequire } from 'node:module';
-import { checkCounts, checkStatistics, doubles, expected, levels, measure } from './columns.mjs';
+import { checkCounts, checkStatistics, doubles, expected, levels, measure, tableFile } from './columns.mjs';
 
 // From the folder that the packages were installed to.
 const fromPackages = createRequire(process.env.ZRB_NODE_PACKAGES);
@@ -21,20 +21,30 @@ const frame = pl
       pl.when(pl.col(`f${count}`).eq(pl.lit(0))).then(pl.lit(null)).otherwise(pl.col(`f${count}`)).alias(`f${count}`)),
   );
 
-const statistics = names.flatMap((name) => [
+const statistics = (columnNames) => columnNames.flatMap((name) => [
   pl.col(name).min().alias(`${name}.min`),
   pl.col(name).max().alias(`${name}.max`),
   pl.col(name).mean().alias(`${name}.mean`),
   pl.col(name).std().alias(`${name}.sd`),
   pl.col(name).nullCount().alias(`${name}.na`),
 ]);
-await measure(tool, 'describe', 8 * rows, () => frame.select(...statistics), (found) => {
-  const [row] = found.rows();
-  checkStatistics(names.map((_, c) => row.slice(5 * c, 5 * c + 5)));
-});
+const byColumn = (found) => names.map((_, c) => found.rows()[0].slice(5 * c, 5 * c + 5));
+const levelCounts = (found) => found.rows().filter((row) => row[0] !== null).map((row) => row[1]);
+await measure(tool, 'describe', 8 * rows, () => frame.select(...statistics(names)),
+  (found) => checkStatistics(byColumn(found)));
+const describeFile = () => {
+  const table = pl.readCSV(tableFile, { nullValues: 'NA' });  // quicker than scanCSV
+  const numbers = table.select(...statistics(table.columns.slice(0, 8)));
+  return [numbers, table.groupBy('site').len(), table.groupBy('species').len()];
+};
+await measure(tool, 'zrb describe', expected.csv_bytes, describeFile, ([numbers, site, species]) => {
+  checkStatistics(byColumn(numbers), 'csv');
+  checkCounts('csv8', levelCounts(site));
+  checkCounts('csv9', levelCounts(species));
+}, 3);
 for (const count of [5, 500, 60000])
-  await measure(tool, `levels ${count}`, rows, () => frame.groupBy(`f${count}`).len(), (found) =>
-    checkCounts(`f${count}`, found.rows().filter((row) => row[0] !== null).map((row) => row[1])));
+  await measure(tool, `levels ${count}`, rows, () => frame.groupBy(`f${count}`).len(),
+    (found) => checkCounts(`f${count}`, levelCounts(found)));
 for (const by of [[5, 500], [5, 500, 4]])
   await measure(tool, `crosstab ${by.join('x')}`, rows, () => frame.groupBy(by.map((count) => `f${count}`)).len(),
     (found) => checkCounts(by.join('x'),

@@ -24,10 +24,10 @@ public:
   static constexpr long kDoubles = 8;
   static constexpr std::array<long, 2> kLevels = {12, 400};
 
-  // Rows until the file has `bytes` bytes; written piece by piece, so that the process stays small.
-  CsvTable(CsvNumbers numbers, long bytes) : m_numbers(numbers) {
+  // Rows until the file at `path` has `bytes` bytes; written piece by piece, so that the process stays small.
+  CsvTable(CsvNumbers numbers, long bytes, const char* path) : m_numbers(numbers) {
     for (const long levels : kLevels) m_levels.emplace_back(static_cast<std::size_t>(levels));
-    FileHandle file(m_file.path(), O_WRONLY | O_CREAT | O_TRUNC);
+    FileHandle file(path, O_WRONLY | O_CREAT | O_TRUNC);
     std::string piece = "d1,d2,d3,d4,d5,d6,d7,d8,site,species\n";
     for (FixedRandom random(2026); m_bytes < bytes;) {
       while (piece.size() < kPieceBytes) addRow(random, piece);
@@ -37,7 +37,6 @@ public:
     }
   }
 
-  const char* path() const { return m_file.path(); }
   long bytes() const { return m_bytes; }
   long rows() const { return m_rows; }
   const RunningStatistics& statistics(long column) const { return m_statistics[static_cast<std::size_t>(column)]; }
@@ -84,7 +83,6 @@ private:
   }
 
   CsvNumbers m_numbers;
-  ScratchFile m_file{"table.csv"};
   long m_bytes = 0;
   long m_rows = 0;
   std::array<RunningStatistics, kDoubles> m_statistics;
