@@ -64,6 +64,16 @@ TEST(BadInput, a_file_that_is_no_table_is_refused) {
        "in.csv:1:1: text is no UTF-8, found the mark of UTF-16 text, expected UTF-8 text (convert the file, as with "
        "iconv "
        "-f UTF-16 -t UTF-8)"},
+      {"\x1F\x8B\x08",
+       "in.csv:1:1: no CSV text, found the mark of a gzip file, expected text (unpack it first, as with gzip -dc FILE "
+       "| "
+       "zrb describe -)"},
+      {"\xFD\x37zXZ",
+       "in.csv:1:1: no CSV text, found the mark of an xz file, expected text (unpack it first, as with xz -dc FILE | "
+       "zrb describe -)"},
+      {"PK\x03\x04",
+       "in.csv:1:1: no CSV text, found the mark of a zip file, expected text (unpack it first, as with unzip -p FILE | "
+       "zrb describe -)"},
       {"a,b\nx,\"y\nz\"\nx,\xE4\n",
        "in.csv:4:b: text is no UTF-8, found '\\xE4', expected UTF-8 text (convert the file, as with iconv -f LATIN1 -t "
        "UTF-8)"},
@@ -208,6 +218,25 @@ TEST(BadInput, a_factor_that_outgrows_its_limit_behind_the_sample_is_refused) {
                 "in.csv:" + std::to_string(lines + 65'534) +
                     ":f: too many levels, found 'L65533' as the 65535th text, expected at most 65534 different texts "
                     "(--types f=string has no such limit)");
+}
+
+TEST(BadInput, too_many_levels_to_cross_tabulate_have_no_way_out) {
+  const TempFolder folder;
+  std::string csv = "f,g\n";
+  for (int i = 0; i < 65'535; ++i) csv += "L" + std::to_string(i) + ",x\n";
+  folder.write("in.csv", csv);
+  expectFailure(runTool(folder, {"crosstab", "in.csv", "--by", "f,g"}), 1,
+                "in.csv:65536:f: too many levels, found 'L65534' as the 65535th text, expected at most 65534 different "
+                "texts");
+}
+
+TEST(BadInput, a_text_too_long_for_any_string_fits_into_a_factor) {
+  const TempFolder folder;
+  const std::string text(1 << 20, 'x');
+  folder.write("in.csv", "s\n" + text + "\n");
+  expectFailure(runTool(folder, {"describe", "in.csv", "--types", "s=string:4"}), 1,
+                "in.csv:2:s: text too long, found 1048576 bytes, expected at most 3 (--types s=factor makes room)");
+  EXPECT_EQ(runTool(folder, {"describe", "in.csv", "--types", "s=factor"}).status, 0);
 }
 
 TEST(BadInput, a_text_too_long_for_its_column_is_refused_and_the_way_out_works) {

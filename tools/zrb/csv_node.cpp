@@ -129,9 +129,9 @@ void CsvNode::writeLevel(long row, long column, const ColumnPlan& plan, std::str
   checkText(cell);
   const long level = m_buf->mapStringToLevelNum(column, cell.data());
   if (ZRBObj::isLevelNumNA(level))
-    throw BadCell{
-        {"too many levels", fmt::format("{} as the {}th text", quote(cell), kMostLevels + 1),
-         fmt::format("at most {} different texts ({} has no such limit)", kMostLevels, typesHint(plan, "string"))}};
+    throw BadCell{{"too many levels", fmt::format("{} as the {}th text", quote(cell), kMostLevels + 1),
+                   fmt::format("at most {} different texts", kMostLevels) +
+                       (plan.onlyFactor ? "" : fmt::format(" ({} has no such limit)", typesHint(plan, "string")))}};
   m_writer->setLevelNum(row, column, level);
   m_quick->rememberLevel(static_cast<std::size_t>(column), cell, level);
 }
@@ -139,10 +139,12 @@ void CsvNode::writeLevel(long row, long column, const ColumnPlan& plan, std::str
 void CsvNode::writeText(long row, long column, const ColumnPlan& plan, std::string_view cell) {
   if (m_na.contains(cell)) return m_writer->setString(row, column, ZRBObj::getStringNA());
   checkText(cell);
-  if (cell.size() >= static_cast<std::size_t>(plan.stringBytes))
+  if (cell.size() >= static_cast<std::size_t>(plan.stringBytes)) {
+    const bool fitsString = cell.size() < static_cast<std::size_t>(kMostStringBytes);
     throw BadCell{{"text too long", counted(static_cast<long long>(cell.size()), "byte"),
                    fmt::format("at most {} ({} makes room)", plan.stringBytes - 1,
-                               typesHint(plan, fmt::format("string:{}", cell.size() + 1)))}};
+                               typesHint(plan, fitsString ? fmt::format("string:{}", cell.size() + 1) : "factor"))}};
+  }
   m_writer->setString(row, column, cell.data());
 }
 

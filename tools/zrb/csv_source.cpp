@@ -27,6 +27,18 @@ constexpr long kLeastRingRows = 3;
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kUtf16Marks[] = {"\xFE\xFF", "\xFF\xFE"};
 
+// How packed files begin, and what unpacks them.
+constexpr struct {
+  std::string_view mark;
+  const char* format;
+  const char* unpack;
+} kPackedFormats[] = {
+    {"\x1F\x8B", "a gzip", "gzip -dc"},  {"BZh91AY&SY", "a bzip2", "bzip2 -dc"},
+    {"\xFD\x37zXZ", "an xz", "xz -dc"},  {"\x28\xB5\x2F\xFD", "a zstd", "zstd -dc"},
+    {"PK\x03\x04", "a zip", "unzip -p"},
+};
+constexpr std::size_t kLongestMark = 10;
+
 Failure cannotRead(const std::string& file, long long line, const std::system_error& error) {
   return failureAt(ExitStatus::io, file, line, "0",
                    {line == 0 ? "cannot open" : "cannot read", error.code().message(), "a readable CSV file"});
@@ -103,13 +115,18 @@ void CsvSource::openFile() {
     throw cannotRead(m_file, 0, error);
   }
   try {
-    const std::string_view begin = m_bytes->peek(kUtf8Mark.size());
-    for (const std::string_view mark : kUtf16Marks)
-      if (begin.substr(0, mark.size()) == mark)
+    const std::string_view begin = m_bytes->peek(kLongestMark);
+    const auto beginsWith = [begin](std::string_view mark) { return begin.substr(0, mark.size()) == mark; };
+    if (std::any_of(std::begin(kUtf16Marks), std::end(kUtf16Marks), beginsWith))
+      throw failureAt(ExitStatus::data, m_file, 1, "1",
+                      {"text is no UTF-8", "the mark of UTF-16 text",
+                       "UTF-8 text (convert the file, as with iconv -f UTF-16 -t UTF-8)"});
+    for (const auto& packed : kPackedFormats)
+      if (beginsWith(packed.mark))
         throw failureAt(ExitStatus::data, m_file, 1, "1",
-                        {"text is no UTF-8", "the mark of UTF-16 text",
-                         "UTF-8 text (convert the file, as with iconv -f UTF-16 -t UTF-8)"});
-    if (begin == kUtf8Mark) m_bytes->skip(begin.size());
+                        {"no CSV text", fmt::format("the mark of {} file", packed.format),
+                         fmt::format("text (unpack it first, as with {} FILE | zrb describe -)", packed.unpack)});
+    if (beginsWith(kUtf8Mark)) m_bytes->skip(kUtf8Mark.size());
   } catch (const std::system_error& error) {
     throw cannotRead(m_file, 1, error);
   }
@@ -175,6 +192,7 @@ std::vector<std::size_t> CsvSource::takeColumns(const TableRequest& request) {
       throw failureAt(ExitStatus::usage, m_file, m_layout.firstLine, plan.name,
                       {"type does not fit", "--types with another type", "a factor for this use of the column"});
     plan.type = ZRBBuf::column_factor;
+    plan.onlyFactor = true;
   }
   return chosen;
 }

@@ -25,8 +25,9 @@ namespace zrbtool {
 struct ColumnPlan {
   std::string name;
   ZRBBuf::column_type type = ZRBBuf::column_string;
-  bool declared = false;  // by the user, who then also wants numbers that are not plain
-  long stringBytes = 0;   // of a string column, its terminator included
+  bool declared = false;    // by the user, who then also wants numbers that are not plain
+  bool onlyFactor = false;  // what it is used for takes no other type
+  long stringBytes = 0;     // of a string column, its terminator included
 };
 
 struct CsvLayout {
