@@ -163,7 +163,7 @@ int main(int argc, char** argv) {
           work.unitsPerRun = static_cast<double>(size);
           work.library = [=] { return described->runProgram(); };
           work.floor = [=] { return described->runFloor(); };
-          work.reach = "4.4 ns/byte";
+          work.reach = "3.1 ns/byte";
           work.aim = "1.67 x";
           work.repeatDisturbedRuns = false;
           work.check = [=] { described->check(); };
