@@ -51,7 +51,6 @@ private:
   ZRB_HIDDEN bool ensureArrays(long rowCapacity, long columns);
   ZRB_HIDDEN bool isTriangleComplete();
   ZRB_HIDDEN bool updateByBlocks(ZRBBufReader& reader, long rows);
-  ZRB_HIDDEN void negateFit();
 };
 
 // Householder triangularisation of a matrix and its right-hand side, in place.

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
+#include <cstdint>
 #include <limits>
 #include <new>
 
@@ -40,10 +40,28 @@ std::unique_ptr<double[]> allocateZeros(long count) {
 using lm_kernel::kBlockRows;
 using lm_kernel::kPartialSums;
 
-// What the work matrix must hold: an update by fe_srif, or a block, its products and the fit before it.
+// Whether every diagonal entry of a triangle alone keeps fe_srif from stopping at its column.
+bool isComplete(const double* triangle, long columns) {
+  for (long j = 0; j < columns; ++j)
+    if (!(std::fabs(triangle[j * (columns + 1)]) > kTolerance)) return false;
+  return true;
+}
+
+constexpr long kLineBytes = 64;  // of the caches
+constexpr long kLineDoubles = kLineBytes / static_cast<long>(sizeof(double));
+
+// What the work matrix must hold: an update by fe_srif; or a block from the beginning of a cache line on, its products and
+// the fit.
 long workSize(long rowCapacity, long columns) {
   return std::max(multiplySaturating(addSaturating(rowCapacity, columns), columns),
-                  multiplySaturating(addSaturating(kBlockRows + 1, columns), addSaturating(columns, 1)));
+                  addSaturating(multiplySaturating(addSaturating(kBlockRows + 1, columns), addSaturating(columns, 1)),
+                                kLineDoubles - 1));
+}
+
+// Where the first whole cache line begins: a vector of a block is then in one line.
+double* firstLine(double* work) {
+  const std::uintptr_t behind = reinterpret_cast<std::uintptr_t>(work) % kLineBytes;
+  return behind == 0 ? work : work + (kLineBytes - behind) / sizeof(double);
 }
 
 }  // namespace
@@ -131,12 +149,7 @@ void ZRBProcLm::processChunk(long rows) {
   std::fill(rhs + rowsOfR, rhs + p, 0.0);
 }
 
-// Every diagonal entry alone keeps fe_srif from stopping at its column.
-bool ZRBProcLm::isTriangleComplete() {
-  for (long j = 0; j < m_allocated_columns; ++j)
-    if (!(std::fabs(m_factor[static_cast<std::size_t>(j + j * m_allocated_columns)]) > kTolerance)) return false;
-  return true;
-}
+bool ZRBProcLm::isTriangleComplete() { return isComplete(m_factor.get(), m_allocated_columns); }
 
 // The update of a complete triangle: the result of fe_srif but for rounding (procs/lm_kernels.h).  False, with the fit as
 // it was: a regressor holds a NaN, at which fe_srif ends.
@@ -144,12 +157,13 @@ bool ZRBProcLm::updateByBlocks(ZRBBufReader& reader, long rows) {
   const lm_kernel::UpdateBlock update =
       kernelFor(bestSimd(), lm_kernel::kBaselineUpdate, lm_kernel::kAvx2Update, lm_kernel::kAvx512Update);
   const long p = m_allocated_columns;
-  double* const block = m_work.get();
+  double* const block = firstLine(m_work.get());
   double* const products = block + kBlockRows * (p + 1);
-  double* const factorBefore = products + p + 1;
-  double* const rhsBefore = factorBefore + p * p;
-  std::copy_n(m_factor.get(), p * p, factorBefore);
-  std::copy_n(m_rhs.get(), p, rhsBefore);
+  double* const r = products + p + 1;  // row by row
+  double* const z = r + p * p;
+  for (long j = 0; j < p; ++j)
+    for (long i = 0; i <= j; ++i) r[i * p + j] = m_factor[static_cast<std::size_t>(i + j * p)];
+  std::copy_n(m_rhs.get(), p, z);
   for (long first = 0; first < rows; first += kBlockRows) {
     const long blockRows = std::min(rows - first, kBlockRows);
     const long usedRows = (blockRows + kPartialSums - 1) / kPartialSums * kPartialSums;
@@ -161,27 +175,17 @@ bool ZRBProcLm::updateByBlocks(ZRBBufReader& reader, long rows) {
         reader.getDoubleArray(first, j < p ? j : 0, blockRows, column);
       std::fill(column + blockRows, column + usedRows, 0.0);
     }
-    update(m_factor.get(), m_rhs.get(), block, p, usedRows, products);
+    update(r, z, block, p, usedRows, products);
     std::copy_n(block + p * kBlockRows, blockRows, m_rhs.get() + p + first);
   }
-  if (!isTriangleComplete()) {
-    std::copy_n(factorBefore, p * p, m_factor.get());
-    std::copy_n(rhsBefore, p, m_rhs.get());
-    return false;
-  }
+  if (!isComplete(r, p)) return false;
   // Each update turns the signs; one by fe_srif would do so once.
   const long updates = (rows + kBlockRows - 1) / kBlockRows;
-  if (updates % 2 == 0) negateFit();
+  const double sign = updates % 2 == 0 ? -1.0 : 1.0;
+  for (long j = 0; j < p; ++j)
+    for (long i = 0; i <= j; ++i) m_factor[static_cast<std::size_t>(i + j * p)] = sign * r[i * p + j];
+  std::transform(z, z + p, m_rhs.get(), [sign](double value) { return sign * value; });
   return true;
-}
-
-void ZRBProcLm::negateFit() {
-  const long p = m_allocated_columns;
-  for (long j = 0; j < p; ++j) {
-    double* const column = m_factor.get() + j * p;
-    std::transform(column, column + j + 1, column, std::negate<>());
-  }
-  std::transform(m_rhs.get(), m_rhs.get() + p, m_rhs.get(), std::negate<>());
 }
 
 void ZRBProcLm::calcResults() {

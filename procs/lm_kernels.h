@@ -15,7 +15,8 @@ namespace lm_kernel {
 constexpr long kBlockRows = 64;
 constexpr long kPartialSums = 8;
 
-// r         p x p, column-major, upper triangular, nothing zero on the diagonal.  On exit the updated triangle.
+// r         p x p, row-major (a reflection changes one row of it), upper triangular, nothing zero on the diagonal.  On
+//           exit the updated triangle.
 // z         p.  On exit the updated right-hand side.
 // x         kBlockRows x (p + 1), column-major: the block's regressors and then its responses.  On exit the last column is
 //           what the block adds to the residual.

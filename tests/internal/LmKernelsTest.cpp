@@ -66,9 +66,18 @@ Problem makeProblem(long p, long rows, double scale) {
   return problem;
 }
 
+// A triangle column by column as one row by row, and back.
+std::vector<double> transposed(const std::vector<double>& triangle, long p) {
+  std::vector<double> result;
+  for (long i = 0; i < p; ++i)
+    for (long j = 0; j < p; ++j) result.push_back(triangle[at(i + j * p)]);
+  return result;
+}
+
 Fit updateByBlocks(const Problem& problem, lm_kernel::UpdateBlock update) {
   const long p = problem.p;
   Fit fit = problem.prior;
+  fit.r = transposed(fit.r, p);
   fit.residual.clear();
   std::vector<double> block(at(kBlockRows * (p + 1))), products(at(p + 1));
   for (long first = 2 * p; first < problem.rows; first += kBlockRows) {
@@ -82,6 +91,7 @@ Fit updateByBlocks(const Problem& problem, lm_kernel::UpdateBlock update) {
     update(fit.r.data(), fit.z.data(), block.data(), p, used, products.data());
     fit.residual.insert(fit.residual.end(), block.begin() + p * kBlockRows, block.begin() + p * kBlockRows + rows);
   }
+  fit.r = transposed(fit.r, p);
   return fit;
 }
 
