@@ -168,7 +168,7 @@ public:
   void setRawBlobColumnNA(long ringRow, long column, long count);
   void getRawDoubleArray(long ringRow, long column, long count, double* values);
   void setRawDoubleArray(long ringRow, long column, long count, double* values);
-  // Copies `count` cells from the reader's buffer into this one, the writer's; rows are chunk rows of either end.
+  // Copies `count` cells from the reader's buffer into the writer's; rows are chunk rows of either end.
   // Nothing is copied unless both columns have the function's type.  Factors are mapped by level name.
   void copyDoubleColumn(ZRBBufWriter* writer, long writerRow, long writerColumn, ZRBBufReader* reader, long readerRow,
                         long readerColumn, long count);

@@ -18,8 +18,10 @@ class ZRBPropertyInfo;
 //
 // A failure is a message on the object concerned; the host polls hasError(), getError(), getNumMessages() and
 // getMessage().  The library throws nothing of its own: what can reach a host is std::bad_alloc, or std::length_error for
-// a count of columns, levels or ends that no memory holds.  Objects are made by the zrb_s_create_... functions and destroyed by their owner
-// through the virtual destructor.  One thread at a time: neither objects nor the shared settings are guarded.
+// a count of columns, levels or ends that no memory holds.
+//
+// Objects are made by the zrb_s_create_... functions and destroyed by their owner through the virtual destructor.  One
+// thread at a time: neither objects nor the shared settings are guarded.
 class ZRB_EXPORT ZRBObj {
 public:
   ZRBObj();

@@ -38,9 +38,8 @@ public:
 
 protected:
   std::unique_ptr<double[]> m_work;     // (row capacity + p) x p or more: scratch of an update
-  std::unique_ptr<double[]> m_rhs;      // row capacity + p; between updates the first p are z, and behind it, after an
-                                        // update of k rows that was not the first, what they add to the residual: k
-                                        // numbers whose squares do
+  std::unique_ptr<double[]> m_rhs;      // row capacity + p: z and, after a later update of k rows, k numbers the
+                                        // squares of which that update added to the residual sum of squares
   std::unique_ptr<double[]> m_factor;   // R, p x p, column-major
   std::unique_ptr<double[]> m_results;  // p
   long m_allocated_rows;                // row capacity of the arrays; -1 = none yet
